@@ -1,0 +1,25 @@
+#pragma once
+
+#include "platform/ApplicationRegistry.h"
+#include "platform/HotKeyService.h"
+#include "platform/KeySynthesizer.h"
+#include "platform/ProcessRunner.h"
+
+#include <QString>
+#include <memory>
+
+// Absolute paths of the external programs the app starts.
+struct ToolPaths {
+    QString keymapTool;                       // vistrel-keymap, installed beside the app
+    QString sessionLock = "/usr/bin/loginctl";
+    QString displayPower = "/usr/bin/xset";
+};
+
+// Every platform facility the app reaches, chosen in one place (main) and handed down.
+struct Platform {
+    ToolPaths tools;
+    std::unique_ptr<ProcessRunner> processes;
+    std::unique_ptr<HotKeyService> hotKeys;
+    std::unique_ptr<ApplicationRegistry> applications;
+    std::unique_ptr<KeySynthesizer> keys;
+};
