@@ -1,0 +1,122 @@
+#include "app/AppDelegate.h"
+
+#include "app/ApplicationSwitcher.h"
+#include "app/StatusMenu.h"
+#include "app/SystemActions.h"
+#include "capture/CaptureService.h"
+#include "keyboard/MacKeyMappingStore.h"
+#include "platform/Platform.h"
+#include "ui/AppIcon.h"
+#include "ui/MainWindowController.h"
+
+#include <QApplication>
+#include <QPointer>
+
+namespace {
+constexpr int retryIntervalMs = 2000;
+}
+
+AppDelegate::AppDelegate(Platform &platform, AppPaths paths, QObject *parent)
+    : QObject(parent),
+      m_platform(platform),
+      m_paths(std::move(paths)),
+      m_database(m_paths.applicationSupport),
+      m_remapper(*platform.processes, *platform.hotKeys, platform.tools.keymapTool)
+{
+}
+
+AppDelegate::~AppDelegate()
+{
+    m_retryTimer.stop();
+}
+
+void AppDelegate::applicationDidFinishLaunching()
+{
+    QApplication::setWindowIcon(AppIcon::icon());
+
+    m_capture = std::make_unique<CaptureService>(m_database, m_paths.documents);
+    m_mainWindow = std::make_unique<MainWindowController>(
+        m_database, *m_capture, m_remapper, MacKeyMappingStore::filePath(m_paths.applicationSupport));
+
+    m_switcher = std::make_unique<ApplicationSwitcher>(*m_platform.applications);
+    m_systemActions = std::make_unique<SystemActions>(*m_platform.processes, *m_platform.keys, m_platform.tools);
+
+    // Installed only now that the main window exists, so every command finds one.
+    QPointer<AppDelegate> self(this);
+    m_remapper.commandHandler = [self](BridgeCommand command) {
+        if (self)
+            self->route(command);
+    };
+
+    m_statusMenu = std::make_unique<StatusMenu>();
+    connect(m_statusMenu.get(), &StatusMenu::openMain, this, &AppDelegate::openMain);
+    connect(m_statusMenu.get(), &StatusMenu::screenshot, this, [this] { m_mainWindow->captureScreenshot(); });
+    connect(m_statusMenu.get(), &StatusMenu::scrollingScreenshot, this,
+            [this] { m_mainWindow->captureScrollingScreenshot(true); });
+    connect(m_statusMenu.get(), &StatusMenu::scrollingApplication, this,
+            [this] { m_mainWindow->captureScrollingScreenshot(false); });
+    connect(m_statusMenu.get(), &StatusMenu::scrollingHelp, this,
+            [this] { m_mainWindow->showScrollingCaptureHelp(); });
+    connect(m_statusMenu.get(), &StatusMenu::video, this, [this] { m_mainWindow->toggleVideo(); });
+    connect(m_statusMenu.get(), &StatusMenu::lock, this, [this] { m_systemActions->lockScreen(); });
+    connect(m_statusMenu.get(), &StatusMenu::quit, this, &AppDelegate::terminate);
+
+    m_mainWindow->showWindow();
+    m_remapper.start();
+
+    m_retryTimer.setInterval(retryIntervalMs);
+    connect(&m_retryTimer, &QTimer::timeout, this, &AppDelegate::retryTick);
+    m_retryTimer.start();
+}
+
+void AppDelegate::retryTick()
+{
+    m_remapper.start();
+    m_mainWindow->refreshPermissionState();
+}
+
+void AppDelegate::applicationShouldHandleReopen()
+{
+    if (!m_mainWindow)
+        return;
+    openMain();
+}
+
+void AppDelegate::openMain()
+{
+    m_mainWindow->showWindow();
+}
+
+void AppDelegate::terminate()
+{
+    if (m_terminating)
+        return;
+    m_terminating = true;
+    m_retryTimer.stop();
+    m_remapper.stop();
+    QCoreApplication::quit();
+}
+
+void AppDelegate::route(const BridgeCommand &command)
+{
+    switch (command.kind) {
+    case BridgeCommand::Kind::switchApplication:
+        m_switcher->switchApplication(command.reverse);
+        break;
+    case BridgeCommand::Kind::screenshot:
+        m_mainWindow->captureScreenshot();
+        break;
+    case BridgeCommand::Kind::scrollingScreenshot:
+        m_mainWindow->captureScrollingScreenshot(true);
+        break;
+    case BridgeCommand::Kind::video:
+        m_mainWindow->toggleVideo();
+        break;
+    case BridgeCommand::Kind::lock:
+        m_systemActions->lockScreen();
+        break;
+    case BridgeCommand::Kind::quit:
+        terminate();
+        break;
+    }
+}

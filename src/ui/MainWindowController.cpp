@@ -1,0 +1,161 @@
+#include "ui/MainWindowController.h"
+
+#include "capture/CaptureService.h"
+#include "storage/HistoryDatabase.h"
+#include "ui/HistoryTableModel.h"
+#include "ui/HistoryTableView.h"
+#include "ui/KeyMappingController.h"
+#include "ui/MainWindow.h"
+#include "ui/ScreenPlacement.h"
+
+#include <QDesktopServices>
+#include <QDir>
+#include <QHeaderView>
+#include <QMessageBox>
+#include <QPointer>
+#include <QScreen>
+#include <QUrl>
+
+MainWindowController::MainWindowController(HistoryDatabase &database, CaptureService &capture,
+                                           KeyRemapper &remapper, QString mappingFile, QObject *parent)
+    : QObject(parent), m_database(database), m_capture(capture)
+{
+    m_window = std::make_unique<MainWindow>();
+    m_model = new HistoryTableModel(this);
+    HistoryTableView *table = m_window->table();
+    table->setModel(m_model);
+    const int widths[] = {112, 70, 165, 590};
+    for (int c = 0; c < HistoryTableModel::columnTotal; ++c)
+        table->horizontalHeader()->resizeSection(c, widths[c]);
+
+    connect(m_window.get(), &MainWindow::mappingRequested, this, &MainWindowController::showMappingWindow);
+    connect(m_window.get(), &MainWindow::screenshotRequested, this, &MainWindowController::captureScreenshot);
+    connect(m_window.get(), &MainWindow::videoRequested, this, &MainWindowController::toggleVideo);
+    connect(m_window.get(), &MainWindow::scrollingRequested, this, &MainWindowController::chooseScrolling);
+    connect(m_window.get(), &MainWindow::folderRequested, this, &MainWindowController::openFolder);
+    connect(m_window.get(), &MainWindow::hideRequested, this, &MainWindowController::hideWindow);
+
+    // Loads the user's mappings, hands them to the remapper and starts painting its state.
+    m_keyMapping = std::make_unique<KeyMappingController>(remapper, std::move(mappingFile));
+
+    QPointer<MainWindowController> self(this);
+    m_capture.onStatus = [self](const QString &text) {
+        if (self)
+            self->setStatus(text);
+    };
+    m_capture.onHistoryChanged = [self] {
+        if (self)
+            self->reloadHistory();
+    };
+    m_capture.onVideoFinished = [self](QScreen *screen) {
+        if (!self)
+            return;
+        if (screen)
+            self->centerOn(screen);
+        self->showWindow();
+    };
+    reloadHistory();
+}
+
+MainWindowController::~MainWindowController()
+{
+    m_capture.onStatus = nullptr;
+    m_capture.onHistoryChanged = nullptr;
+    m_capture.onVideoFinished = nullptr;
+}
+
+QWidget *MainWindowController::window() const
+{
+    return m_window.get();
+}
+
+void MainWindowController::showWindow()
+{
+    m_window->show();
+    m_window->raise();
+    m_window->activateWindow();
+}
+
+void MainWindowController::hideWindow()
+{
+    m_window->hide();
+}
+
+bool MainWindowController::isWindowVisible() const
+{
+    return m_window->isVisible();
+}
+
+void MainWindowController::centerOn(QScreen *screen)
+{
+    if (screen)
+        m_window->move(ScreenPlacement::centredOrigin(m_window->frameGeometry().size(), screen->availableGeometry()));
+}
+
+void MainWindowController::setStatus(const QString &text)
+{
+    m_status = text;
+}
+
+const QList<CaptureItem> &MainWindowController::items() const
+{
+    return m_model->items();
+}
+
+void MainWindowController::reloadHistory()
+{
+    m_model->setItems(m_database.recent());
+}
+
+void MainWindowController::captureScreenshot()
+{
+    // capture flow: region screenshot arrives with the capture issue; until then a no-op.
+}
+
+void MainWindowController::captureScrollingScreenshot(bool)
+{
+    // Scrolling capture is not built yet; the entry point exists so commands route here.
+}
+
+void MainWindowController::toggleVideo()
+{
+    // Screen recording is not built yet; the entry point exists so commands route here.
+}
+
+void MainWindowController::chooseScrolling()
+{
+    // Asks website or application once scrolling capture exists; a no-op until then.
+}
+
+void MainWindowController::showScrollingCaptureHelp()
+{
+    QMessageBox box(m_window.get());
+    box.setWindowTitle(QStringLiteral("Vistrel"));
+    box.setText(QStringLiteral("Hướng dẫn chụp cuộn"));
+    box.setInformativeText(QStringLiteral(
+        "1. Mở website, tài liệu hoặc ứng dụng tại vị trí muốn bắt đầu.\n\n"
+        "2. Nhấn Command + 6.\n\n"
+        "3. Kéo chọn riêng vùng nội dung có thể cuộn; tránh thanh tiêu đề, menu và thanh công cụ cố định.\n\n"
+        "4. Website: Vistrel tự động cuộn, chụp và ghép ảnh.\n\n"
+        "5. App desktop: bạn tự cuộn xuống; Vistrel tự bắt từng khung. Nhấn Enter để hoàn tất.\n\n"
+        "6. Nhấn Esc để hủy."));
+    box.addButton(QStringLiteral("Đã hiểu"), QMessageBox::AcceptRole);
+    box.exec();
+}
+
+void MainWindowController::openFolder()
+{
+    const QString root = m_capture.rootFolder();
+    QDir().mkpath(root);
+    QDesktopServices::openUrl(QUrl::fromLocalFile(root));
+}
+
+void MainWindowController::showMappingWindow()
+{
+    m_keyMapping->showMappingWindow();
+}
+
+void MainWindowController::refreshPermissionState()
+{
+    m_keyMapping->refreshPermissionState();
+}
