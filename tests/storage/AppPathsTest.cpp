@@ -1,0 +1,116 @@
+#include "storage/AppPaths.h"
+#include "ScopedEnv.h"
+
+#include <QDir>
+#include <QDirIterator>
+#include <QMap>
+#include <QFile>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
+namespace {
+
+void writeFile(const QString &path, const QByteArray &bytes)
+{
+    QDir().mkpath(QFileInfo(path).path());
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(bytes);
+}
+
+QByteArray readFile(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
+}
+
+// Every file below root, relative path -> content.
+QMap<QString, QByteArray> contents(const QString &root)
+{
+    QMap<QString, QByteArray> files;
+    if (!QFileInfo(root).isDir())
+        return files;
+    QDirIterator it(root, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+    while (it.hasNext()) {
+        const QString path = it.next();
+        files.insert(QDir(root).relativeFilePath(path), readFile(path));
+    }
+    return files;
+}
+
+const QMap<QString, QByteArray> legacyFiles = {
+    {"history.db", "old history"}, {".hidden", "h"}, {"Recordings/Recording_1.mp4", "mp4"}};
+const QMap<QString, QByteArray> currentFiles = {{"key-mappings.json", "[]"}};
+
+TEST(AppPaths, MigratesOnlyWhenTheNewFolderIsMissing)
+{
+    struct Case {
+        const char *label;
+        bool legacy, current, moveWorks;
+        bool moveTried;
+        QMap<QString, QByteArray> currentAfter;
+        bool legacyRemains;
+    };
+    const Case cases[] = {
+        {"only legacy: moved", true, false, true, true, legacyFiles, false},
+        {"only legacy, move refused: copied", true, false, false, true, legacyFiles, true},
+        {"both: never merged", true, true, true, false, currentFiles, true},
+        {"only new: left alone", false, true, true, false, currentFiles, false},
+        {"neither: created empty", false, false, true, false, {}, false},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.label);
+        QTemporaryDir base;
+        const QString legacy = base.filePath("Tarnwick");
+        const QString current = base.filePath("Vistrel");
+        if (c.legacy)
+            for (auto it = legacyFiles.cbegin(); it != legacyFiles.cend(); ++it)
+                writeFile(legacy + "/" + it.key(), it.value());
+        if (c.current)
+            for (auto it = currentFiles.cbegin(); it != currentFiles.cend(); ++it)
+                writeFile(current + "/" + it.key(), it.value());
+
+        QList<std::pair<QString, QString>> moves;
+        const QString result = AppPaths::migrateFolder(base.path(), [&](const QString &from, const QString &to) {
+            moves.append({from, to});
+            return c.moveWorks && QDir().rename(from, to);
+        });
+
+        EXPECT_EQ(result, current);
+        EXPECT_TRUE(QFileInfo(current).isDir());
+        EXPECT_EQ(contents(current), c.currentAfter);
+        EXPECT_EQ(moves.isEmpty(), !c.moveTried);
+        if (c.moveTried) {
+            EXPECT_EQ(moves, (QList<std::pair<QString, QString>>{{legacy, current}}));
+        }
+        EXPECT_EQ(QFileInfo::exists(legacy), c.legacyRemains);
+        if (c.legacyRemains) {
+            EXPECT_EQ(contents(legacy), legacyFiles);
+        }
+    }
+}
+
+TEST(AppPaths, StandardMigratesEachFolderOnItsOwn)
+{
+    QTemporaryDir home;
+    ScopedEnv env;
+    env.set("HOME", QFile::encodeName(home.path()));
+    env.set("XDG_DATA_HOME", QFile::encodeName(home.filePath(".local/share")));
+    env.set("XDG_CONFIG_HOME", QFile::encodeName(home.filePath(".config")));
+    writeFile(home.filePath(".local/share/Tarnwick/history.db"), "db");
+    writeFile(home.filePath("Documents/Tarnwick/Recordings/a.mp4"), "a");
+    writeFile(home.filePath("Documents/Vistrel/Recordings/b.mp4"), "b");
+
+    const AppPaths paths = AppPaths::standard();
+
+    EXPECT_EQ(paths.applicationSupport, home.filePath(".local/share/Vistrel"));
+    EXPECT_EQ(paths.documents, home.filePath("Documents/Vistrel"));
+    EXPECT_EQ(paths.desktop, home.filePath("Desktop"));
+    EXPECT_EQ(paths.recordings(), home.filePath("Documents/Vistrel/Recordings"));
+    EXPECT_EQ(readFile(paths.applicationSupport + "/history.db"), "db");
+    EXPECT_FALSE(QFileInfo::exists(home.filePath(".local/share/Tarnwick")));
+    EXPECT_EQ(contents(paths.documents), (QMap<QString, QByteArray>{{"Recordings/b.mp4", "b"}}));
+    EXPECT_TRUE(QFileInfo::exists(home.filePath("Documents/Tarnwick/Recordings/a.mp4")));
+}
+
+} // namespace

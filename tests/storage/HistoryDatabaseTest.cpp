@@ -1,0 +1,226 @@
+#include "storage/HistoryDatabase.h"
+#include "ScopedEnv.h"
+
+#include <QDir>
+#include <QFile>
+#include <QRandomGenerator>
+#include <QTemporaryDir>
+#include <QTimeZone>
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+
+namespace {
+
+// Direct access to the file, as another tool would have it.
+class RawDb {
+public:
+    explicit RawDb(const QString &path) { sqlite3_open(QFile::encodeName(path).constData(), &m_db); }
+    ~RawDb() { sqlite3_close(m_db); }
+    bool exec(const char *sql) { return sqlite3_exec(m_db, sql, nullptr, nullptr, nullptr) == SQLITE_OK; }
+    // First column of every row, as raw bytes.
+    QList<QByteArray> column(const char *sql)
+    {
+        QList<QByteArray> values;
+        sqlite3_stmt *stmt = nullptr;
+        sqlite3_prepare_v2(m_db, sql, -1, &stmt, nullptr);
+        while (sqlite3_step(stmt) == SQLITE_ROW)
+            values.append(QByteArray(reinterpret_cast<const char *>(sqlite3_column_blob(stmt, 0)),
+                                     sqlite3_column_bytes(stmt, 0)));
+        sqlite3_finalize(stmt);
+        return values;
+    }
+
+private:
+    sqlite3 *m_db = nullptr;
+};
+
+const QDateTime someTime(QDate(2026, 11, 16), QTime(18, 23, 47), QTimeZone::utc());
+
+TEST(HistoryDatabase, CreatesFolderFileAndExactTable)
+{
+    QTemporaryDir root;
+    const QString folder = root.filePath("share/Vistrel");
+    {
+        HistoryDatabase db(folder);
+        EXPECT_TRUE(db.isOpen());
+        EXPECT_TRUE(db.recent().isEmpty());
+    }
+    ASSERT_TRUE(QFile::exists(folder + "/history.db"));
+    RawDb raw(folder + "/history.db");
+    EXPECT_EQ(raw.column("SELECT sql FROM sqlite_master WHERE name='captures'"),
+              QList<QByteArray>{"CREATE TABLE captures (\n"
+                                "    id INTEGER PRIMARY KEY AUTOINCREMENT,\n"
+                                "    type TEXT NOT NULL,\n"
+                                "    path TEXT NOT NULL,\n"
+                                "    created_at TEXT NOT NULL\n"
+                                ")"});
+}
+
+TEST(HistoryDatabase, RowsSurviveReopenAndIdsKeepGrowing)
+{
+    QTemporaryDir dir;
+    {
+        HistoryDatabase db(dir.path());
+        EXPECT_TRUE(db.add("screenshot", "/d/a.png", someTime));
+        EXPECT_TRUE(db.add("video", "/r/b.mp4", someTime.addSecs(1)));
+    }
+    HistoryDatabase db(dir.path());
+    EXPECT_TRUE(db.add("screenshot", "/d/c.png", someTime.addSecs(2)));
+    const QList<CaptureItem> items = db.recent();
+    ASSERT_EQ(items.size(), 3);
+    const struct { qint64 id; QString type, path; int seconds; } expected[] = {
+        {3, "screenshot", "/d/c.png", 2}, {2, "video", "/r/b.mp4", 1}, {1, "screenshot", "/d/a.png", 0}};
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(items[i].id, expected[i].id);
+        EXPECT_EQ(items[i].type, expected[i].type);
+        EXPECT_EQ(items[i].path, expected[i].path);
+        EXPECT_EQ(items[i].createdAt, someTime.addSecs(expected[i].seconds));
+    }
+}
+
+TEST(HistoryDatabase, RecentIsNewestFirstAndLimited)
+{
+    QTemporaryDir dir;
+    HistoryDatabase db(dir.path());
+    // All in one second: only the id orders them.
+    for (int i = 1; i <= 150; ++i)
+        ASSERT_TRUE(db.add("screenshot", QString("/d/%1.png").arg(i), someTime));
+
+    const struct { int limit; int count; } cases[] = {{100, 100}, {0, 0}, {1, 1}, {200, 150}};
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.limit);
+        const QList<CaptureItem> items = db.recent(c.limit);
+        ASSERT_EQ(items.size(), c.count);
+        for (int i = 0; i < c.count; ++i) {
+            EXPECT_EQ(items[i].id, 150 - i);
+            EXPECT_EQ(items[i].path, QString("/d/%1.png").arg(150 - i));
+        }
+    }
+    EXPECT_EQ(db.recent().size(), 100);
+}
+
+TEST(HistoryDatabase, StoresUtcWhateverTheLocalZone)
+{
+    for (const QByteArray tz : {"UTC0", "ICT-7", "EST5EDT", "NPT-5:45"}) {
+        SCOPED_TRACE(tz.toStdString());
+        ScopedEnv env("TZ", tz);
+        QTemporaryDir dir;
+        {
+            HistoryDatabase db(dir.path());
+            ASSERT_TRUE(db.add("screenshot", "/d/a.png", someTime.toLocalTime()));
+            EXPECT_EQ(db.recent().value(0).createdAt, someTime);
+        }
+        RawDb raw(dir.filePath("history.db"));
+        EXPECT_EQ(raw.column("SELECT created_at FROM captures"), QList<QByteArray>{"2026-11-16T18:23:47Z"});
+    }
+}
+
+TEST(HistoryDatabase, ReadsHandEditedTimestamps)
+{
+    struct Case { const char *text; std::optional<QDateTime> expected; };   // nullopt: time of reading
+    const Case cases[] = {
+        {"2026-11-16T18:23:47Z", someTime},
+        {"2026-11-17T01:23:47+07:00", someTime},
+        {"16/11/2026 18:23", std::nullopt},
+        {"2026-11-16 18:23:47", std::nullopt},
+        {"2026-11-16", std::nullopt},
+        {"2026-11-16T18:23:47.250Z", std::nullopt},
+        {"2026-13-40T25:00:00Z", std::nullopt},
+        {"", std::nullopt},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.text);
+        QTemporaryDir dir;
+        HistoryDatabase db(dir.path());
+        ASSERT_TRUE(db.add("screenshot", "/d/a.png", someTime));
+        RawDb(dir.filePath("history.db"))
+            .exec(QByteArray("UPDATE captures SET created_at='") + c.text + "'");
+        const QDateTime before = QDateTime::currentDateTimeUtc().addSecs(-1);
+        const QList<CaptureItem> items = db.recent();
+        const QDateTime after = QDateTime::currentDateTimeUtc().addSecs(1);
+        ASSERT_EQ(items.size(), 1);
+        EXPECT_EQ(items[0].path, "/d/a.png");
+        if (c.expected) {
+            EXPECT_EQ(items[0].createdAt, *c.expected);
+        } else {
+            EXPECT_GE(items[0].createdAt, before);
+            EXPECT_LE(items[0].createdAt, after);
+        }
+    }
+}
+
+TEST(HistoryDatabase, SkipsRowsWithoutTypeOrPath)
+{
+    QTemporaryDir dir;
+    {
+        // A table another tool made, without the NOT NULL constraints.
+        RawDb raw(dir.filePath("history.db"));
+        ASSERT_TRUE(raw.exec("CREATE TABLE captures (id INTEGER PRIMARY KEY AUTOINCREMENT, type TEXT, path TEXT, created_at TEXT);"
+                             "INSERT INTO captures(type,path,created_at) VALUES"
+                             " ('screenshot','/d/1.png','2026-11-16T18:23:47Z'), (NULL,'/d/2.png','2026-11-16T18:23:47Z'),"
+                             " ('video',NULL,'2026-11-16T18:23:47Z'), ('video','/r/4.mp4',NULL);"));
+    }
+    HistoryDatabase db(dir.path());
+    const QList<CaptureItem> items = db.recent();
+    ASSERT_EQ(items.size(), 2);
+    EXPECT_EQ(items[0].id, 4);
+    EXPECT_EQ(items[0].path, "/r/4.mp4");
+    EXPECT_TRUE(items[0].createdAt.isValid());
+    EXPECT_EQ(items[1].id, 1);
+}
+
+TEST(HistoryDatabase, NonAsciiPathsRoundTripAsUtf8)
+{
+    QTemporaryDir root;
+    const QString folder = root.filePath("Dữ liệu ứng dụng/Vistrel");
+    const QString path = "/home/người dùng/Màn hình/Ảnh chụp_2026-11-16_18-23-47.png";
+    {
+        HistoryDatabase db(folder);
+        ASSERT_TRUE(db.add("screenshot", path, someTime));
+        EXPECT_EQ(db.recent().value(0).path, path);
+    }
+    EXPECT_TRUE(QFile::exists(folder + "/history.db"));
+    RawDb raw(folder + "/history.db");
+    EXPECT_EQ(raw.column("SELECT path FROM captures"), QList<QByteArray>{path.toUtf8()});
+}
+
+TEST(HistoryDatabase, CorruptFileIsReadAsEmptyAndLeftUntouched)
+{
+    QRandomGenerator random(20261116);
+    auto noise = [&](int size) {
+        QByteArray bytes(size, Qt::Uninitialized);
+        for (char &b : bytes)
+            b = char(random.bounded(256));
+        return bytes;
+    };
+    struct Case { const char *label; QByteArray content; };
+    const Case cases[] = {
+        {"random page", noise(4096)},
+        {"short text", "not a database"},
+        {"random, several pages", noise(20000)},
+        {"database header over noise", QByteArray("SQLite format 3", 16) + noise(8176)},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.label);
+        QTemporaryDir dir;
+        const QString file = dir.filePath("history.db");
+        {
+            QFile out(file);
+            ASSERT_TRUE(out.open(QIODevice::WriteOnly));
+            out.write(c.content);
+        }
+        {
+            HistoryDatabase db(dir.path());
+            EXPECT_TRUE(db.recent().isEmpty());
+            EXPECT_FALSE(db.add("screenshot", "/d/a.png", someTime));
+            EXPECT_TRUE(db.recent().isEmpty());
+        }
+        QFile in(file);
+        ASSERT_TRUE(in.open(QIODevice::ReadOnly));
+        EXPECT_EQ(in.readAll(), c.content);
+        EXPECT_EQ(QDir(dir.path()).entryList(QDir::NoDotAndDotDot | QDir::AllEntries | QDir::Hidden),
+                  QStringList{"history.db"});
+    }
+}
+
+} // namespace
