@@ -1,0 +1,158 @@
+#include "keymap/CommandLine.h"
+#include "keymap/HidUsageTable.h"
+#include "keymap/UserKeyMapping.h"
+
+#include <QByteArrayList>
+
+#include <gtest/gtest.h>
+
+#include <set>
+
+using namespace keymap;
+
+namespace {
+
+TEST(HidUsageTable, EveryCatalogueKeyHasItsOwnKeycode)
+{
+    std::vector<quint32> catalogue;
+    for (quint32 usage = 0x04; usage <= 0x27; ++usage)   // letters, digits
+        catalogue.push_back(usage);
+    for (quint32 usage = 0x28; usage <= 0x2C; ++usage)   // Return .. Space
+        catalogue.push_back(usage);
+    for (quint32 usage = 0x39; usage <= 0x45; ++usage)   // Caps Lock, F1 .. F12
+        catalogue.push_back(usage);
+    for (quint32 usage = 0x4A; usage <= 0x52; ++usage)   // Home .. Up
+        catalogue.push_back(usage);
+    for (quint32 usage = 0xE0; usage <= 0xE7; ++usage)   // modifiers
+        catalogue.push_back(usage);
+    std::set<int> keycodes;
+    for (quint32 usage : catalogue) {
+        const auto keycode = xKeycodeForUsage(usage);
+        ASSERT_TRUE(keycode) << "usage 0x" << std::hex << usage;
+        EXPECT_GE(*keycode, 8);
+        EXPECT_LE(*keycode, 255);
+        keycodes.insert(*keycode);
+    }
+    EXPECT_EQ(keycodes.size(), catalogue.size()) << "two catalogue keys share a keycode";
+}
+
+TEST(HidUsageTable, ReservedAndOutOfPageUsagesHaveNoKey)
+{
+    for (quint32 usage : {0x00u, 0x01u, 0x03u, 0x82u, 0xA5u, 0xDFu, 0xE8u, 0xFFu, 0x100u, 0x1E0u})
+        EXPECT_FALSE(xKeycodeForUsage(usage)) << "usage 0x" << std::hex << usage;
+    EXPECT_EQ(evdevCodeForUsage(0x04), 30);   // KEY_A: first entry of the table
+    EXPECT_EQ(evdevCodeForUsage(0xE7), 126);  // KEY_RIGHTMETA: last entry
+}
+
+QByteArray entry(quint64 source, quint64 destination)
+{
+    return "{\"HIDKeyboardModifierMappingSrc\":" + QByteArray::number(source)
+        + ",\"HIDKeyboardModifierMappingDst\":" + QByteArray::number(destination) + "}";
+}
+
+QByteArray property(const QList<QByteArray> &entries)
+{
+    return "{\"UserKeyMapping\":[" + entries.join(',') + "]}";
+}
+
+TEST(UserKeyMapping, AcceptsThePropertyTheAppSends)
+{
+    const QByteArray json = property({entry(30064771129, 30064771113), entry(30064771296, 30064771299),
+                                      entry(30064771299, 30064771296)});
+    const ParsedMapping parsed = parseUserKeyMapping(json);
+    ASSERT_TRUE(parsed.ok()) << parsed.error.toStdString();
+    const std::vector<UsageMapping> expected{{0x39, 0x29}, {0xE0, 0xE3}, {0xE3, 0xE0}};
+    EXPECT_EQ(parsed.mappings, expected);
+
+    // Member order inside an entry does not matter, and whitespace is allowed.
+    const ParsedMapping reordered = parseUserKeyMapping(
+        " { \"UserKeyMapping\" : [ {\"HIDKeyboardModifierMappingDst\": 30064771113,"
+        " \"HIDKeyboardModifierMappingSrc\": 30064771129} ] } ");
+    ASSERT_TRUE(reordered.ok()) << reordered.error.toStdString();
+    EXPECT_EQ(reordered.mappings, (std::vector<UsageMapping>{{0x39, 0x29}}));
+
+    const ParsedMapping empty = parseUserKeyMapping("{\"UserKeyMapping\":[]}");
+    EXPECT_TRUE(empty.ok());
+    EXPECT_TRUE(empty.mappings.empty());
+}
+
+TEST(UserKeyMapping, RejectsBadPropertiesWithOneLine)
+{
+    const quint64 capsLock = 0x700000039;
+    const quint64 escape = 0x700000029;
+    const struct {
+        const char *name;
+        QByteArray json;
+        const char *errorPart;
+    } cases[] = {
+        {"empty text", "", "invalid JSON"},
+        {"truncated", "{\"UserKeyMapping\":[", "invalid JSON"},
+        {"top-level array", "[]", "JSON object"},
+        {"missing member", "{}", "\"UserKeyMapping\" is missing"},
+        {"not an array", "{\"UserKeyMapping\":{}}", "not an array"},
+        {"other property", "{\"UserKeyMapping\":[],\"CapsLockDelayOverride\":0}", "unsupported property"},
+        {"entry not an object", "{\"UserKeyMapping\":[7]}", "entry 1 is not an object"},
+        {"missing destination", "{\"UserKeyMapping\":[{\"HIDKeyboardModifierMappingSrc\":30064771129}]}",
+         "HIDKeyboardModifierMappingDst\" is missing"},
+        {"extra member", "{\"UserKeyMapping\":[{\"HIDKeyboardModifierMappingSrc\":30064771129,"
+                         "\"HIDKeyboardModifierMappingDst\":30064771113,\"x\":1}]}",
+         "unexpected member"},
+        {"string usage", "{\"UserKeyMapping\":[{\"HIDKeyboardModifierMappingSrc\":\"30064771129\","
+                         "\"HIDKeyboardModifierMappingDst\":30064771113}]}",
+         "not a non-negative integer"},
+        {"fraction", property({"{\"HIDKeyboardModifierMappingSrc\":30064771129.5,"
+                               "\"HIDKeyboardModifierMappingDst\":30064771113}"}),
+         "not a non-negative integer"},
+        {"negative", property({entry(capsLock, escape).replace("30064771113", "-1")}),
+         "not a non-negative integer"},
+        {"usage without page", property({entry(0x39, escape)}), "not a keyboard-page usage"},
+        {"consumer page", property({entry(capsLock, 0xC000000E9)}), "not a keyboard-page usage"},
+        {"reserved usage", property({entry(capsLock, escape), entry(0x700000003, escape)}),
+         "entry 2: keyboard usage 0x3 is not a known key"},
+        {"past the page", property({entry(0x700000100, escape)}), "not a known key"},
+    };
+    for (const auto &c : cases) {
+        const ParsedMapping parsed = parseUserKeyMapping(c.json);
+        EXPECT_FALSE(parsed.ok()) << c.name;
+        EXPECT_TRUE(parsed.mappings.empty()) << c.name;
+        EXPECT_TRUE(parsed.error.contains(QLatin1String(c.errorPart)))
+            << c.name << ": " << parsed.error.toStdString();
+        EXPECT_FALSE(parsed.error.contains(QLatin1Char('\n'))) << c.name;
+    }
+}
+
+TEST(UserKeyMapping, LaterEntryForTheSameSourceWins)
+{
+    const std::map<int, int> keycodes =
+        keycodeMapping({{0x39, 0x29}, {0xE0, 0xE3}, {0x39, 0x2A}, {0xE3, 0xE0}});
+    const std::map<int, int> expected{{66, 22}, {37, 133}, {133, 37}};
+    EXPECT_EQ(keycodes, expected);
+}
+
+TEST(CommandLine, RecognisesHelpAndSetOnly)
+{
+    using Kind = Command::Kind;
+    const struct {
+        std::vector<QByteArray> arguments;
+        Kind kind;
+    } cases[] = {
+        {{"--help"}, Kind::Help},
+        {{"-h"}, Kind::Help},
+        {{"property", "--set", "{}"}, Kind::SetProperty},
+        {{}, Kind::Invalid},
+        {{"property"}, Kind::Invalid},
+        {{"property", "--set"}, Kind::Invalid},
+        {{"property", "--get", "UserKeyMapping"}, Kind::Invalid},
+        {{"property", "--set", "{}", "extra"}, Kind::Invalid},
+        {{"--help", "property"}, Kind::Invalid},
+    };
+    for (const auto &c : cases) {
+        const Command command = parseCommandLine(c.arguments);
+        EXPECT_EQ(command.kind, c.kind) << c.arguments.size() << " arguments";
+        EXPECT_EQ(command.error.isEmpty(), c.kind != Kind::Invalid);
+    }
+    EXPECT_EQ(parseCommandLine({"property", "--set", "{\"UserKeyMapping\":[]}"}).property,
+              "{\"UserKeyMapping\":[]}");
+}
+
+} // namespace

@@ -1,0 +1,198 @@
+#include "keymap/KeymapPlanner.h"
+#include "keymap/KeymapSnapshot.h"
+
+#include <gtest/gtest.h>
+
+using namespace keymap;
+
+namespace {
+
+constexpr quint32 kControlL = 0xffe3, kControlR = 0xffe4, kSuperL = 0xffeb, kSuperR = 0xffec;
+constexpr quint32 kCapsLock = 0xffe5, kEscape = 0xff1b, kLowerA = 0x61, kUpperA = 0x41, kF1 = 0xffbe;
+constexpr quint8 kShiftMask = 0x01, kLockMask = 0x02, kControlMask = 0x04, kMod4Mask = 0x40;
+constexpr int kLock = 1, kControl = 2, kMod4 = 6;
+constexpr quint8 kOneLevel = 0, kAlphabetic = 2, kCtrlAlt = 12;
+
+KeyEntry oneLevel(quint32 keysym, quint8 modifiers = 0, quint64 action = 0)
+{
+    KeyEntry key;
+    key.types = {kOneLevel, 0, 0, 0};
+    key.groupInfo = 1;
+    key.width = 1;
+    key.keysyms = {keysym};
+    if (action)
+        key.actions = {action};
+    key.modifiers = modifiers;
+    return key;
+}
+
+// A small keymap shaped like a real server's: Super_L also sits on a second key (14, at
+// level 2 only), mod4 holds both Super_L keys, and F1 (16) has five levels.
+KeymapSnapshot sampleKeymap()
+{
+    KeymapSnapshot map;
+    map.minKeycode = 8;
+    map.maxKeycode = 16;
+    map.keys = {
+        oneLevel(kControlL, kControlMask, 0x0405),   // 8
+        oneLevel(kSuperL, kMod4Mask, 0x4005),        // 9
+        oneLevel(kControlR, kControlMask, 0x0405),   // 10
+        oneLevel(kSuperR, kMod4Mask, 0x4005),        // 11
+        oneLevel(kCapsLock, kLockMask, 0x0203),      // 12
+        oneLevel(kEscape),                           // 13
+        {},                                          // 14, filled below
+        {},                                          // 15
+        {},                                          // 16
+    };
+    KeyEntry &secondSuper = map.key(14);
+    secondSuper.types = {1, 0, 0, 0};
+    secondSuper.groupInfo = 1;
+    secondSuper.width = 2;
+    secondSuper.keysyms = {0, kSuperL};
+    secondSuper.modifiers = kMod4Mask;
+    KeyEntry &letter = map.key(15);
+    letter.types = {kAlphabetic, 0, 0, 0};
+    letter.groupInfo = 1;
+    letter.width = 2;
+    letter.keysyms = {kLowerA, kUpperA};
+    letter.explicitComponents = 1;
+    KeyEntry &function = map.key(16);
+    function.types = {kCtrlAlt, 0, 0, 0};
+    function.groupInfo = 1;
+    function.width = 5;
+    function.keysyms = {kF1, kF1, kF1, kF1, 0x1008fe01};
+    function.actions = {0, 0, 0, 0, 0x1050d};
+    function.explicitComponents = 1;
+    return map;
+}
+
+TEST(KeymapPlanner, ControlSuperSwapMovesWholeEntries)
+{
+    const KeymapSnapshot original = sampleKeymap();
+    const KeymapSnapshot target = remappedKeymap(original, {{8, 9}, {9, 8}, {10, 11}, {11, 10}});
+
+    EXPECT_EQ(target.key(8), original.key(9));
+    EXPECT_EQ(target.key(9), original.key(8));
+    EXPECT_EQ(target.key(10), original.key(11));
+    EXPECT_EQ(target.key(11), original.key(10));
+    const auto modifiers = target.modifierKeycodes();
+    EXPECT_EQ(modifiers[kControl], (std::vector<int>{9, 11}));
+    // The unmoved second Super_L key stays in mod4 next to the moved keys.
+    EXPECT_EQ(modifiers[kMod4], (std::vector<int>{8, 10, 14}));
+    EXPECT_EQ(modifiers[kLock], (std::vector<int>{12}));
+    for (int keycode : {12, 13, 14, 15, 16})
+        EXPECT_EQ(target.key(keycode), original.key(keycode)) << keycode;
+}
+
+TEST(KeymapPlanner, ModifiersFollowTheDestinationKey)
+{
+    const struct {
+        const char *name;
+        std::map<int, int> mapping;
+        int bit;
+        std::vector<int> expected;
+    } cases[] = {
+        {"caps lock to escape leaves lock", {{12, 13}}, kLock, {}},
+        {"letter to control joins control", {{15, 8}}, kControl, {8, 10, 15}},
+        {"control to letter leaves control", {{8, 15}}, kControl, {10}},
+        {"a key onto itself keeps its modifier", {{12, 12}}, kLock, {12}},
+        {"two keys onto one modifier", {{12, 9}, {13, 11}}, kMod4, {9, 11, 12, 13, 14}},
+        {"super to caps lock moves into lock", {{9, 12}}, kLock, {9, 12}},
+        {"super to caps lock leaves mod4", {{9, 12}}, kMod4, {11, 14}},
+    };
+    for (const auto &c : cases)
+        EXPECT_EQ(remappedKeymap(sampleKeymap(), c.mapping).modifierKeycodes()[std::size_t(c.bit)], c.expected)
+            << c.name;
+}
+
+TEST(KeymapPlanner, DestinationsAreReadFromTheOriginal)
+{
+    // 13 is itself remapped; 12 must still get what 13 had originally (Escape), not F1.
+    const KeymapSnapshot original = sampleKeymap();
+    const KeymapSnapshot target = remappedKeymap(original, {{12, 13}, {13, 16}});
+    EXPECT_EQ(target.key(12).keysyms, (std::vector<quint32>{kEscape}));
+    EXPECT_EQ(target.key(13), original.key(16));   // all five levels and the VT action
+}
+
+TEST(KeymapPlanner, WritesEveryStoredDifferenceButModifiers)
+{
+    const KeymapSnapshot original = sampleKeymap();
+    const struct {
+        const char *name;
+        void (*change)(KeyEntry &);
+        bool written;
+        bool producesDifferently;
+    } cases[] = {
+        {"modifier only", [](KeyEntry &k) { k.modifiers = kShiftMask; }, false, true},
+        {"keysym", [](KeyEntry &k) { k.keysyms[0] = kLowerA; }, true, true},
+        {"action", [](KeyEntry &k) { k.actions = {0x1}; }, true, false},
+        {"explicit flags", [](KeyEntry &k) { k.explicitComponents = 0x10; }, true, false},
+        {"virtual modifiers", [](KeyEntry &k) { k.virtualModifiers = 0x800; }, true, false},
+        {"type of the used group", [](KeyEntry &k) { k.types[0] = 3; }, true, true},
+        {"type of an unused group", [](KeyEntry &k) { k.types[2] = 3; }, true, false},
+    };
+    for (const auto &c : cases) {
+        KeymapSnapshot current = original;
+        c.change(current.key(13));
+        EXPECT_EQ(keycodesToWrite(current, original), c.written ? std::vector<int>{13} : std::vector<int>{})
+            << c.name;
+        EXPECT_EQ(keycodesProducingDifferently(current, original),
+                  c.producesDifferently ? std::vector<int>{13} : std::vector<int>{})
+            << c.name;
+    }
+}
+
+TEST(KeymapPlanner, ReportsKeycodesOutsideTheMap)
+{
+    const KeymapSnapshot map = sampleKeymap();
+    EXPECT_FALSE(keycodeOutside(map, {{8, 16}, {16, 8}}));
+    EXPECT_EQ(keycodeOutside(map, {{8, 17}}), 17);
+    EXPECT_EQ(keycodeOutside(map, {{7, 8}}), 7);
+}
+
+TEST(KeymapSnapshot, RoundTripsThroughItsText)
+{
+    KeymapSnapshot map = sampleKeymap();
+    map.key(13).keysyms[0] = 0x1000000 + 0x20AC;   // a Unicode keysym keeps its high bits
+    map.key(13).actions = {0xFEDCBA9876543210};    // every action byte survives
+    map.key(14).groupInfo = 0x42;                  // two groups, redirect bits kept
+    map.key(14).keysyms = {0, kSuperL, kLowerA, kUpperA};
+    map.key(14).types = {1, kAlphabetic, 0, 0};
+    map.key(14).virtualModifiers = 0xFFFF;
+    map.key(13 - 5) = KeyEntry{};                  // a key with no groups at all
+    const auto decoded = decodeSnapshot(encodeSnapshot(map));
+    ASSERT_TRUE(decoded);
+    EXPECT_EQ(*decoded, map);
+}
+
+TEST(KeymapSnapshot, RejectsDamagedText)
+{
+    const QByteArray good = encodeSnapshot(sampleKeymap());
+    const QByteArray header = "VISTREL_KEYMAP 2 8 16\n";
+    ASSERT_TRUE(good.startsWith(header));
+    const QByteArray body = good.mid(header.size());
+    const QByteArray f1Line = "12 0 0 0 1 5 1 0 0 5 ffbe ffbe ffbe ffbe 1008fe01 5 0 0 0 0 1050d\n";
+    ASSERT_TRUE(good.contains(f1Line));
+    const struct {
+        const char *name;
+        QByteArray text;
+    } cases[] = {
+        {"empty", ""},
+        {"other magic", "OTHER_KEYMAP" + good.mid(14)},
+        {"older version", "VISTREL_KEYMAP 1 8 16\n" + body},
+        {"min above max", "VISTREL_KEYMAP 2 16 8\n" + body},
+        {"keycode below 8", "VISTREL_KEYMAP 2 7 16\n" + body},
+        {"one key missing", "VISTREL_KEYMAP 2 8 17\n" + body},
+        {"keysym count off", QByteArray(good).replace(f1Line, "12 0 0 0 1 5 1 0 0 4 ffbe ffbe ffbe ffbe 0\n")},
+        {"action count off", QByteArray(good).replace(f1Line, "12 0 0 0 1 5 1 0 0 5 ffbe ffbe ffbe ffbe 1008fe01 1 0\n")},
+        {"five groups", QByteArray(good).replace(f1Line, "12 0 0 0 5 1 1 0 0 5 ffbe ffbe ffbe ffbe 1008fe01 0\n")},
+        {"keysym not hex", QByteArray(good).replace("ffbe ffbe ffbe ffbe", "zz ffbe ffbe ffbe")},
+        {"type out of byte range", QByteArray(good).replace(f1Line, "300 0 0 0 1 5 1 0 0 5 ffbe ffbe ffbe ffbe 1008fe01 0\n")},
+        {"trailing token", good + "7\n"},
+        {"truncated", good.left(good.size() - 8)},
+    };
+    for (const auto &c : cases)
+        EXPECT_FALSE(decodeSnapshot(c.text)) << c.name;
+}
+
+} // namespace
