@@ -10,8 +10,9 @@
 namespace keymap {
 namespace {
 
-// Long enough for a hot key's modifier to be let go, short enough not to stall the caller.
-constexpr auto kModifierPatience = std::chrono::milliseconds(2000);
+// Quitting with the hot key runs us while its modifier is still down; a slow release must
+// not leave the keyboard swapped after the app has gone.
+constexpr auto kModifierPatience = std::chrono::milliseconds(8000);
 constexpr auto kBusyRetryInterval = std::chrono::milliseconds(50);
 
 struct Attempt {
