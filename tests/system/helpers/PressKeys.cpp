@@ -1,0 +1,80 @@
+// vistrel-test-keys: presses physical keys by X keycode through XTest.
+//
+//   vistrel-test-keys 133+23 133+50+23
+//
+// Each argument is one chord: the keys are pressed left to right and released
+// right to left, so "133+23" holds keycode 133, taps 23 and lets go of 133.
+// Keycodes bypass the keymap on purpose: the app under test rewrites it, and a
+// test wants "the key where Super sits" whatever symbol it carries right now.
+
+#include <X11/Xlib.h>
+#include <X11/extensions/XTest.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+namespace {
+
+bool parseChord(const std::string &text, std::vector<unsigned> &keycodes)
+{
+    keycodes.clear();
+    std::size_t start = 0;
+    while (start <= text.size()) {
+        const std::size_t end = text.find('+', start);
+        const std::string part = text.substr(start, end == std::string::npos ? std::string::npos
+                                                                             : end - start);
+        char *rest = nullptr;
+        const unsigned long code = std::strtoul(part.c_str(), &rest, 10);
+        if (part.empty() || *rest != '\0' || code < 8 || code > 255)
+            return false;
+        keycodes.push_back(static_cast<unsigned>(code));
+        if (end == std::string::npos)
+            break;
+        start = end + 1;
+    }
+    return !keycodes.empty();
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    if (argc < 2) {
+        std::fprintf(stderr, "usage: %s KEYCODE[+KEYCODE...] ...\n", argv[0]);
+        return 2;
+    }
+    std::vector<std::vector<unsigned>> chords;
+    for (int i = 1; i < argc; ++i) {
+        std::vector<unsigned> chord;
+        if (!parseChord(argv[i], chord)) {
+            std::fprintf(stderr, "%s: bad chord '%s' (keycodes 8-255 joined by '+')\n",
+                         argv[0], argv[i]);
+            return 2;
+        }
+        chords.push_back(chord);
+    }
+
+    Display *display = XOpenDisplay(nullptr);
+    if (!display) {
+        std::fprintf(stderr, "%s: cannot open display\n", argv[0]);
+        return 1;
+    }
+    int eventBase = 0, errorBase = 0, major = 0, minor = 0;
+    if (!XTestQueryExtension(display, &eventBase, &errorBase, &major, &minor)) {
+        std::fprintf(stderr, "%s: the X server has no XTEST extension\n", argv[0]);
+        XCloseDisplay(display);
+        return 1;
+    }
+    for (const auto &chord : chords) {
+        for (unsigned code : chord)
+            XTestFakeKeyEvent(display, code, True, CurrentTime);
+        for (auto it = chord.rbegin(); it != chord.rend(); ++it)
+            XTestFakeKeyEvent(display, *it, False, CurrentTime);
+        // One round trip per chord: the server has seen it before the next starts.
+        XSync(display, False);
+    }
+    XCloseDisplay(display);
+    return 0;
+}
