@@ -4,6 +4,7 @@
 #include "platform/HotKeyService.h"
 #include "platform/KeySynthesizer.h"
 #include "platform/ProcessRunner.h"
+#include "platform/ScreenGrabber.h"
 
 #include <QString>
 #include <memory>
@@ -22,4 +23,5 @@ struct Platform {
     std::unique_ptr<HotKeyService> hotKeys;
     std::unique_ptr<ApplicationRegistry> applications;
     std::unique_ptr<KeySynthesizer> keys;
+    std::unique_ptr<ScreenGrabber> screenGrabber;
 };

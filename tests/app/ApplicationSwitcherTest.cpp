@@ -1,0 +1,73 @@
+#include "app/ApplicationSwitcher.h"
+#include "platform/fake/FakeApplicationRegistry.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+RunningApplication app(qint64 pid, bool regular = true, bool terminated = false)
+{
+    return {pid, QStringLiteral("app %1").arg(pid), terminated, regular};
+}
+
+struct SwitchCase {
+    const char *name;
+    QList<RunningApplication> applications;
+    std::optional<qint64> frontmost;
+    bool reverse;
+    QList<qint64> expectedActivations;
+};
+
+TEST(ApplicationSwitcher, ActivatesNeighbourInPidOrder)
+{
+    const QList<RunningApplication> three{app(300), app(120), app(450)};
+    const QList<RunningApplication> mixed{app(400), app(200, true, true), app(100),
+                                          app(300, false), app(50, false, true)};
+    const SwitchCase cases[] = {
+        {"single candidate forward", {app(77)}, 77, false, {77}},
+        {"single candidate reverse", {app(77)}, 77, true, {77}},
+        {"middle forward", three, 120, false, {300}},
+        {"first reverse wraps to last", three, 120, true, {450}},
+        {"last forward wraps to first", three, 450, false, {120}},
+        {"middle reverse", three, 300, true, {120}},
+        {"front unlisted forward takes lowest", three, 999, false, {120}},
+        {"front unlisted reverse takes highest", three, 999, true, {450}},
+        {"no front forward takes lowest", three, std::nullopt, false, {120}},
+        {"no front reverse takes highest", three, std::nullopt, true, {450}},
+        {"terminated and accessory skipped forward", mixed, 100, false, {400}},
+        {"terminated and accessory skipped reverse", mixed, 400, true, {100}},
+        {"accessory in front has no position", mixed, 300, false, {100}},
+        {"terminated in front has no position", mixed, 200, true, {400}},
+        {"no applications", {}, 5, false, {}},
+        {"no eligible applications", {app(1, false), app(2, true, true)}, 1, false, {}},
+    };
+    for (const SwitchCase &c : cases) {
+        SCOPED_TRACE(c.name);
+        FakeApplicationRegistry registry;
+        registry.applications = c.applications;
+        registry.frontmost = c.frontmost;
+        ApplicationSwitcher switcher(registry);
+        switcher.switchApplication(c.reverse);
+        EXPECT_EQ(registry.activated, c.expectedActivations);
+    }
+}
+
+TEST(ApplicationSwitcher, RepeatedSwitchingCyclesThroughEveryCandidate)
+{
+    FakeApplicationRegistry registry;
+    registry.applications = {app(30), app(10), app(20), app(15, false)};
+    registry.frontmost = 10;
+    ApplicationSwitcher switcher(registry);
+    for (int step = 0; step < 4; ++step) {
+        switcher.switchApplication(false);
+        registry.frontmost = registry.activated.last();
+    }
+    EXPECT_EQ(registry.activated, (QList<qint64>{20, 30, 10, 20}));
+    for (int step = 0; step < 3; ++step) {
+        switcher.switchApplication(true);
+        registry.frontmost = registry.activated.last();
+    }
+    EXPECT_EQ(registry.activated.mid(4), (QList<qint64>{10, 30, 20}));
+}
+
+} // namespace

@@ -1,0 +1,79 @@
+#include "platform/x11/QtProcessRunner.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+#include <gtest/gtest.h>
+
+namespace {
+
+TEST(QtProcessRunner, ReportsStartAndExitStatus)
+{
+    struct Case {
+        const char *name;
+        QString program;
+        QStringList arguments;
+        bool started;
+        int exitCode;
+    };
+    const Case cases[] = {
+        {"success", QStringLiteral("/bin/true"), {}, true, 0},
+        {"failure", QStringLiteral("/bin/false"), {}, true, 1},
+        {"exit status passed through", QStringLiteral("/bin/sh"), {QStringLiteral("-c"), QStringLiteral("exit 7")}, true, 7},
+        {"killed by a signal", QStringLiteral("/bin/sh"), {QStringLiteral("-c"), QStringLiteral("kill -KILL $$")}, true, -1},
+        {"missing program", QStringLiteral("/nonexistent/vistrel-tool"), {}, false, -1},
+        {"not executable", QStringLiteral("/etc/hostname"), {}, false, -1},
+        {"relative name is not looked up", QStringLiteral("true"), {}, false, -1},
+    };
+    QtProcessRunner runner;
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.name);
+        const ProcessResult result = runner.run(c.program, c.arguments);
+        EXPECT_EQ(result.started, c.started);
+        if (c.started) {
+            EXPECT_EQ(result.exitCode, c.exitCode);
+        }
+        EXPECT_EQ(result.succeeded(), c.started && c.exitCode == 0);
+    }
+}
+
+TEST(QtProcessRunner, PassesArgumentsIntactAndMergesOutput)
+{
+    QtProcessRunner runner;
+    const ProcessResult printed = runner.run(
+        QStringLiteral("/usr/bin/printf"),
+        {QStringLiteral("[%s]"), QStringLiteral("two words"), QStringLiteral(" $HOME; *"),
+         QString(), QStringLiteral("ä\"'")});
+    EXPECT_EQ(printed.output, QByteArray("[two words][ $HOME; *][][ä\"']"));
+
+    const ProcessResult merged = runner.run(
+        QStringLiteral("/bin/sh"), {QStringLiteral("-c"), QStringLiteral("echo out; echo err >&2; exit 3")});
+    EXPECT_TRUE(merged.output.contains("out\n"));
+    EXPECT_TRUE(merged.output.contains("err\n"));
+    EXPECT_EQ(merged.exitCode, 3);
+}
+
+TEST(QtProcessRunner, ChattyChildDoesNotBlock)
+{
+    // Several times the pipe's capacity; a runner that only reads at exit would hang.
+    QtProcessRunner runner;
+    const ProcessResult result = runner.run(
+        QStringLiteral("/usr/bin/head"), {QStringLiteral("-c"), QStringLiteral("4000000"), QStringLiteral("/dev/zero")});
+    EXPECT_TRUE(result.succeeded());
+    EXPECT_EQ(result.output.size(), 4000000);
+}
+
+TEST(QtProcessRunner, StartsDetached)
+{
+    QTemporaryDir dir;
+    ASSERT_TRUE(dir.isValid());
+    const QString marker = dir.filePath(QStringLiteral("started with space"));
+    QtProcessRunner runner;
+    EXPECT_TRUE(runner.startDetached(QStringLiteral("/usr/bin/touch"), {marker}));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return QFile::exists(marker); }, 5000));
+
+    EXPECT_FALSE(runner.startDetached(QStringLiteral("/nonexistent/vistrel-tool"), {}));
+    EXPECT_FALSE(runner.startDetached(QStringLiteral("touch"), {marker}));
+}
+
+} // namespace
