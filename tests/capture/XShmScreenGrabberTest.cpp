@@ -1,0 +1,134 @@
+#include "platform/x11/XShmScreenGrabber.h"
+
+#include <QGuiApplication>
+#include <QPixmap>
+#include <QScreen>
+#include <gtest/gtest.h>
+
+#include <vector>
+
+// Last: Xlib's macros (None, Bool, ...) clash with names in the headers above.
+#include <X11/Xlib.h>
+#include <X11/Xutil.h>
+
+namespace {
+
+// A second client that paints the root window's background, as another program would.
+class RootPainter {
+public:
+    RootPainter() : m_display(XOpenDisplay(qgetenv("DISPLAY").constData())) {}
+    ~RootPainter()
+    {
+        if (m_display)
+            XCloseDisplay(m_display);
+    }
+
+    // Fills the root with pixel(x, y) = a colour made of x, y and seed.
+    void paint(int seed)
+    {
+        const int screen = DefaultScreen(m_display);
+        const Window root = RootWindow(m_display, screen);
+        m_width = DisplayWidth(m_display, screen);
+        m_height = DisplayHeight(m_display, screen);
+        m_seed = seed;
+        std::vector<quint32> pixels(size_t(m_width) * size_t(m_height));
+        for (int y = 0; y < m_height; ++y)
+            for (int x = 0; x < m_width; ++x)
+                pixels[size_t(y) * size_t(m_width) + size_t(x)] = expected(x, y) & 0xffffff;
+        XImage *image = XCreateImage(m_display, DefaultVisual(m_display, screen), 24, ZPixmap, 0,
+                                     reinterpret_cast<char *>(pixels.data()), unsigned(m_width),
+                                     unsigned(m_height), 32, 0);
+        const Pixmap pixmap = XCreatePixmap(m_display, root, unsigned(m_width), unsigned(m_height), 24);
+        XPutImage(m_display, pixmap, DefaultGC(m_display, screen), image, 0, 0, 0, 0,
+                  unsigned(m_width), unsigned(m_height));
+        image->data = nullptr;
+        XDestroyImage(image);
+        XSetWindowBackgroundPixmap(m_display, root, pixmap);
+        XClearWindow(m_display, root);
+        XFreePixmap(m_display, pixmap);
+        XSync(m_display, False);
+    }
+
+    QRgb expected(int x, int y) const
+    {
+        return qRgb((x + m_seed) & 0xff, (y * 3) & 0xff, ((x >> 8) << 4 | (y >> 8)) & 0xff);
+    }
+
+    // Pixels of image that differ from the painted pattern.
+    int mismatches(const QImage &image) const
+    {
+        int wrong = 0;
+        for (int y = 0; y < image.height(); ++y)
+            for (int x = 0; x < image.width(); ++x)
+                wrong += (image.pixel(x, y) & 0xffffff) != (expected(x, y) & 0xffffff);
+        return wrong;
+    }
+
+    QSize size() const { return {m_width, m_height}; }
+
+private:
+    Display *m_display;
+    int m_width = 0, m_height = 0, m_seed = 0;
+};
+
+TEST(XShmScreenGrabber, ReadsTheWholeScreenAtDevicePixels)
+{
+    RootPainter painter;
+    painter.paint(0);
+    QScreen *screen = QGuiApplication::primaryScreen();
+    XShmScreenGrabber grabber;
+    const QImage image = grabber.grabScreen(screen);
+    ASSERT_FALSE(image.isNull());
+    EXPECT_TRUE(grabber.sharedMemoryUsable());
+    EXPECT_EQ(image.size(), painter.size());
+    // At fractional scales Qt rounds the logical size; the grab keeps every device pixel.
+    EXPECT_NEAR(image.width() / screen->devicePixelRatio(), screen->geometry().width(), 1.0);
+    EXPECT_NEAR(image.height() / screen->devicePixelRatio(), screen->geometry().height(), 1.0);
+    EXPECT_DOUBLE_EQ(image.devicePixelRatio(), screen->devicePixelRatio());
+    EXPECT_EQ(painter.mismatches(image), 0);
+    // The same picture as Qt's own (slower) grab.
+    EXPECT_EQ(image.convertToFormat(QImage::Format_RGB32),
+              screen->grabWindow(0).toImage().convertToFormat(QImage::Format_RGB32));
+}
+
+TEST(XShmScreenGrabber, AHeldImageKeepsItsPixelsWhileLaterGrabsGetTheirOwn)
+{
+    RootPainter painter;
+    QScreen *screen = QGuiApplication::primaryScreen();
+    XShmScreenGrabber grabber;
+
+    painter.paint(1);
+    QImage first = grabber.grabScreen(screen);
+    painter.paint(2);
+    QImage second = grabber.grabScreen(screen);
+    EXPECT_EQ(grabber.segmentCount(), 2);
+    painter.paint(1);
+    EXPECT_EQ(painter.mismatches(first), 0);
+    painter.paint(2);
+    EXPECT_EQ(painter.mismatches(second), 0);
+
+    // Once released, segments are reused rather than piling up.
+    first = QImage();
+    second = QImage();
+    for (int seed = 3; seed < 6; ++seed) {
+        painter.paint(seed);
+        const QImage again = grabber.grabScreen(screen);
+        EXPECT_EQ(painter.mismatches(again), 0) << seed;
+        EXPECT_LE(grabber.segmentCount(), 2) << seed;
+    }
+}
+
+TEST(XShmScreenGrabber, ImagesMayOutliveTheGrabber)
+{
+    RootPainter painter;
+    painter.paint(7);
+    QImage image;
+    {
+        XShmScreenGrabber grabber;
+        image = grabber.grabScreen(QGuiApplication::primaryScreen());
+    }
+    EXPECT_EQ(painter.mismatches(image), 0);
+    image = QImage();   // frees the orphaned segment
+}
+
+} // namespace

@@ -1,0 +1,257 @@
+#!/usr/bin/env python3
+"""Region screenshot, end to end: the hot key freezes the screen, a drag over a known
+pattern saves exactly that region on the Desktop, on the clipboard and in the history."""
+
+import ctypes
+import os
+import re
+import time
+
+import harness
+import pngread
+from vistrel_app import KEY_SUPER_L, VistrelApp, chord
+
+KEY_4 = 13
+COMMAND_4 = chord(KEY_SUPER_L, KEY_4)          # physical Command+4
+NAME = re.compile(r"^Screenshot_\d{4}-\d\d-\d\d_\d\d-\d\d-\d\d(_\d+)?\.png$")
+BLUE = (0, 122, 255)
+
+
+def pattern_rgb(x, y):
+    """Every root pixel tells its own position, so any offset or scaling shows."""
+    return (x & 255, y & 255, (((x >> 8) << 4) | (y >> 8)) & 255)
+
+
+def pattern_rows(width, height):
+    """The pattern as 32-bit BGRX rows, the layout of a 24-bit X visual."""
+    red = bytes(x & 255 for x in range(width))
+    blue_high = [((x >> 8) << 4) & 255 for x in range(width)]
+    for y in range(height):
+        row = bytearray(width * 4)
+        row[0::4] = bytes(b | (y >> 8) for b in blue_high)
+        row[1::4] = bytes([y & 255]) * width
+        row[2::4] = red
+        yield bytes(row)
+
+
+def paint_root(display_name, width, height, rows):
+    """Makes an image (32-bit BGRX rows) the root window's background, kept after we
+    disconnect."""
+    xlib = ctypes.CDLL("libX11.so.6")
+    xlib.XOpenDisplay.restype = ctypes.c_void_p
+    xlib.XOpenDisplay.argtypes = [ctypes.c_char_p]
+    for name in ("XDefaultScreen",):
+        getattr(xlib, name).argtypes = [ctypes.c_void_p]
+    for name in ("XDefaultVisual", "XDefaultGC"):
+        getattr(xlib, name).restype = ctypes.c_void_p
+        getattr(xlib, name).argtypes = [ctypes.c_void_p, ctypes.c_int]
+    xlib.XDefaultRootWindow.restype = ctypes.c_ulong
+    xlib.XDefaultRootWindow.argtypes = [ctypes.c_void_p]
+    xlib.XCreatePixmap.restype = ctypes.c_ulong
+    xlib.XCreatePixmap.argtypes = [ctypes.c_void_p, ctypes.c_ulong, ctypes.c_uint,
+                                   ctypes.c_uint, ctypes.c_uint]
+    xlib.XCreateImage.restype = ctypes.c_void_p
+    xlib.XCreateImage.argtypes = [ctypes.c_void_p, ctypes.c_void_p, ctypes.c_uint, ctypes.c_int,
+                                  ctypes.c_int, ctypes.c_char_p, ctypes.c_uint, ctypes.c_uint,
+                                  ctypes.c_int, ctypes.c_int]
+    xlib.XPutImage.argtypes = [ctypes.c_void_p, ctypes.c_ulong, ctypes.c_void_p, ctypes.c_void_p,
+                               ctypes.c_int, ctypes.c_int, ctypes.c_int, ctypes.c_int,
+                               ctypes.c_uint, ctypes.c_uint]
+    xlib.XSetWindowBackgroundPixmap.argtypes = [ctypes.c_void_p, ctypes.c_ulong, ctypes.c_ulong]
+    xlib.XClearWindow.argtypes = [ctypes.c_void_p, ctypes.c_ulong]
+    xlib.XSetCloseDownMode.argtypes = [ctypes.c_void_p, ctypes.c_int]
+    xlib.XCloseDisplay.argtypes = [ctypes.c_void_p]
+
+    display = xlib.XOpenDisplay(display_name.encode())
+    if not display:
+        raise RuntimeError("cannot open %s" % display_name)
+    screen = xlib.XDefaultScreen(display)
+    root = xlib.XDefaultRootWindow(display)
+    pixmap = xlib.XCreatePixmap(display, root, width, height, 24)
+    data = ctypes.create_string_buffer(b"".join(rows), width * height * 4)
+    z_pixmap = 2
+    image = xlib.XCreateImage(display, xlib.XDefaultVisual(display, screen), 24, z_pixmap, 0,
+                              data, width, height, 32, 0)
+    xlib.XPutImage(display, pixmap, xlib.XDefaultGC(display, screen), image, 0, 0, 0, 0,
+                   width, height)
+    xlib.XSetWindowBackgroundPixmap(display, root, pixmap)
+    xlib.XClearWindow(display, root)
+    retain_permanent = 1
+    xlib.XSetCloseDownMode(display, retain_permanent)
+    xlib.XCloseDisplay(display)   # the image's buffer stays ours (data is not freed by X)
+
+
+def near(rgb, expected, tolerance=3):
+    return all(abs(a - b) <= tolerance for a, b in zip(rgb, expected))
+
+
+class ScreenshotTests(harness.SystemTestCase):
+
+    def _prepare(self, session):
+        width, height = session.desktop.screen
+        paint_root(session.env["DISPLAY"], width, height, pattern_rows(width, height))
+        app = VistrelApp(session)
+        app.launch()
+        main, mapping = app.wait_ready()
+        # Only the main window hides for a capture; the key-mapping window would stay in
+        # the frozen picture, over the pattern.
+        session.x.activate(mapping.id)
+        session.x.key("alt+F4")
+        session.x.wait_window_gone(mapping.id)
+        return app, main.id
+
+    def _main_shown(self, session, main_id):
+        return main_id in session.x.managed_window_ids()
+
+    def _visible_windows(self, session, app):
+        """Viewable windows of the app (xdotool also lists the root; it is left out)."""
+        root = int(re.search(r"Window id: (0x[0-9a-f]+)",
+                             session.x.text(["xwininfo", "-root"])).group(1), 16)
+        out = session.x.run(["xdotool", "search", "--onlyvisible", "--pid",
+                             str(app.process.pid), ""], check=False).stdout.decode()
+        return [int(w) for w in out.split() if int(w) != root]
+
+    def _selector(self, session, app):
+        width, height = session.desktop.screen
+        for wid in self._visible_windows(session, app):
+            try:
+                g = session.x.geometry(wid)
+            except RuntimeError:
+                continue
+            if (g.x, g.y, g.width, g.height) == (0, 0, width, height):
+                return wid
+        return None
+
+    def _open_selector(self, session, app):
+        """Presses Command+4 and returns the selector window once it is on screen."""
+        session.x.press_keycodes(COMMAND_4)
+        return harness.wait_until(lambda: self._selector(session, app), 20,
+                                  "the region selector to cover the screen")
+
+    def _drag(self, session, x0, y0, x1, y1, release=True):
+        steps = ["mousemove", str(x0), str(y0), "mousedown", "1"]
+        for i in (1, 2, 3):
+            steps += ["mousemove", str(x0 + (x1 - x0) * i // 3), str(y0 + (y1 - y0) * i // 3)]
+        if release:
+            steps += ["mouseup", "1"]
+        session.x.run(["xdotool"] + steps)
+
+    def _desktop_pngs(self, session):
+        folder = session.desktop_dir
+        return sorted(f for f in os.listdir(folder) if f.endswith(".png")) \
+            if os.path.isdir(folder) else []
+
+    def _history(self, app):
+        if not os.path.exists(app.history_db):
+            return []
+        return harness.sqlite_rows(app.history_db, "SELECT type, path FROM captures")
+
+    def test_drag_saves_the_pattern_region(self):
+        # (label, screen, scale): a 100 x 50 point region has scale times as many pixels.
+        for label, screen, scale in (("scale-1", (1920, 1080), 1.0),
+                                     ("scale-2", (3840, 2160), 2.0)):
+            with self.subTest(label), self.session_scope(label, screen, scale) as session:
+                app, main_id = self._prepare(session)
+                self._open_selector(session, app)
+                self.assertFalse(self._main_shown(session, main_id))
+
+                x0, y0 = int(300 * scale), int(400 * scale)
+                w, h = int(100 * scale), int(50 * scale)
+                self._drag(session, x0, y0, x0 + w, y0 + h)
+                names = harness.wait_until(lambda: self._desktop_pngs(session), 20,
+                                           "a PNG on the Desktop")
+                self.assertEqual(len(names), 1)
+                self.assertRegex(names[0], NAME)
+                path = os.path.join(session.desktop_dir, names[0])
+                image = pngread.read_png_file(path)
+                self.assertEqual((image.width, image.height), (w, h))
+                wrong = [(x, y) for y in range(h) for x in range(w)
+                         if image.rgb(x, y) != pattern_rgb(x0 + x, y0 + y)]
+                self.assertEqual(wrong[:5], [], "%d pixels differ from the pattern" % len(wrong))
+
+                harness.wait_until(lambda: {"image/png", "image/tiff"}
+                                   <= set(session.x.clipboard_targets()), 10,
+                                   "PNG and TIFF on the clipboard")
+                with open(path, "rb") as f:
+                    self.assertEqual(session.x.clipboard("image/png"), f.read())
+                self.assertIn(session.x.clipboard("image/tiff")[:4], (b"II*\x00", b"MM\x00*"))
+                self.assertEqual(self._history(app), [{"type": "screenshot", "path": path}])
+                # After a capture the editor takes the front; the main window stays hidden.
+                self.assertFalse(self._main_shown(session, main_id))
+
+    def test_fractional_scale_widens_the_cut_to_whole_pixels(self):
+        # At scale 1.5 the drag's corners fall on thirds of a point; the cut may grow by a
+        # pixel on a side but never loses one, and keeps the screen's density.
+        with self.session_scope("scale-1.5", (1920, 1080), 1.5) as session:
+            app, _ = self._prepare(session)
+            self._open_selector(session, app)
+            x0, y0, x1, y1 = 451, 601, 602, 677      # device pixels
+            self._drag(session, x0, y0, x1, y1)
+            names = harness.wait_until(lambda: self._desktop_pngs(session), 20,
+                                       "a PNG on the Desktop")
+            image = pngread.read_png_file(os.path.join(session.desktop_dir, names[0]))
+            r, g, b = image.rgb(0, 0)
+            left, top = ((b >> 4) << 8) | r, ((b & 15) << 8) | g   # the pattern's own position
+            self.assertTrue(x0 - 1 <= left <= x0 and y0 - 1 <= top <= y0, (left, top))
+            right, bottom = left + image.width, top + image.height
+            self.assertTrue(x1 <= right <= x1 + 1 and y1 <= bottom <= y1 + 1, (right, bottom))
+            wrong = [(x, y) for y in range(image.height) for x in range(image.width)
+                     if image.rgb(x, y) != pattern_rgb(left + x, top + y)]
+            self.assertEqual(wrong[:5], [])
+
+    def test_escape_writes_nothing_and_restores_only_a_visible_window(self):
+        for visible in (True, False):
+            label = "visible" if visible else "hidden"
+            with self.subTest(label), self.session_scope(label) as session:
+                app, main_id = self._prepare(session)
+                if not visible:
+                    session.x.activate(main_id)
+                    session.x.key("alt+F4")      # closing only hides the window
+                    session.x.wait_window_gone(main_id)
+                self._open_selector(session, app)
+                self._drag(session, 200, 200, 500, 400, release=False)
+                session.x.key("Escape")
+                harness.wait_until(lambda: self._selector(session, app) is None, 10,
+                                   "the selector to go")
+                session.x.run(["xdotool", "mouseup", "1"])
+                if visible:
+                    harness.wait_until(lambda: self._main_shown(session, main_id), 10,
+                                       "the main window to come back")
+                else:
+                    time.sleep(1.0)
+                    self.assertFalse(self._main_shown(session, main_id))
+                self.assertEqual(self._desktop_pngs(session), [])
+                self.assertEqual(self._history(app), [])
+
+    def test_selector_draws_the_frozen_screen_dimmed_with_the_selection_clear(self):
+        session = self.start_session()
+        app, _ = self._prepare(session)
+        self._open_selector(session, app)
+        self._drag(session, 600, 300, 1100, 620, release=False)
+        time.sleep(0.5)
+        shot = session.scratch("selector.png")
+        image = session.x.screenshot(shot)
+        options = self.options or harness.default_options()
+        os.makedirs(options.artifacts_dir, exist_ok=True)
+        os.replace(shot, os.path.join(options.artifacts_dir, "region-selector.png"))
+
+        def dimmed(x, y):
+            return tuple(round(c * (1 - 115 / 255)) for c in pattern_rgb(x, y))
+        for what, (x, y), expected in (
+                ("inside", (800, 500), pattern_rgb(800, 500)),
+                ("inside, near the corner", (604, 304), pattern_rgb(604, 304)),
+                ("left border", (600, 450), BLUE),
+                ("bottom border", (800, 620), BLUE),
+                ("outside", (300, 700), dimmed(300, 700)),
+                ("below", (800, 900), dimmed(800, 900))):
+            self.assertTrue(near(image.rgb(x, y), expected),
+                            "%s: %s is not %s" % (what, image.rgb(x, y), expected))
+        # The size label sits just above the top-left corner, white on dark.
+        label = image.count(lambda p: min(p[:3]) > 200, (608, 260, 120, 34))
+        self.assertGreater(label, 10)
+        session.x.key("Escape")
+        session.x.run(["xdotool", "mouseup", "1"])
+
+
+if __name__ == "__main__":
+    harness.main()
