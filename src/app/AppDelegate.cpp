@@ -34,7 +34,8 @@ void AppDelegate::applicationDidFinishLaunching()
 {
     QApplication::setWindowIcon(AppIcon::icon());
 
-    m_capture = std::make_unique<CaptureService>(m_database, m_paths.documents);
+    m_capture = std::make_unique<CaptureService>(m_database, m_paths.documents, *m_platform.screenGrabber,
+                                                 m_paths.desktop);
     m_mainWindow = std::make_unique<MainWindowController>(
         m_database, *m_capture, m_remapper, MacKeyMappingStore::filePath(m_paths.applicationSupport));
 
@@ -62,7 +63,9 @@ void AppDelegate::applicationDidFinishLaunching()
     connect(m_statusMenu.get(), &StatusMenu::quit, this, &AppDelegate::terminate);
 
     m_mainWindow->showWindow();
-    m_remapper.start();
+    // One turn later, so the window's map request reaches the server (and the window
+    // manager) before the keymap tool makes every client re-read the keymap.
+    QTimer::singleShot(0, this, [this] { m_remapper.start(); });
 
     m_retryTimer.setInterval(retryIntervalMs);
     connect(&m_retryTimer, &QTimer::timeout, this, &AppDelegate::retryTick);

@@ -31,13 +31,14 @@ public:
     void terminate();
 
     void route(const BridgeCommand &command);
+    // Every 2 s: re-attempt a wanted mapping and repaint the bridge state.
+    void retryTick();
 
     MainWindowController *mainWindow() const { return m_mainWindow.get(); }
     KeyRemapper &remapper() { return m_remapper; }
 
 private:
     void openMain();
-    void retryTick();
 
     Platform &m_platform;
     AppPaths m_paths;

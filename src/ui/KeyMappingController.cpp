@@ -1,5 +1,6 @@
 #include "ui/KeyMappingController.h"
 
+#include "capture/ScreenGeometry.h"
 #include "keyboard/KeyRemapper.h"
 #include "keyboard/MacKeyMappingStore.h"
 #include "ui/BridgeStateDisplay.h"
@@ -9,6 +10,9 @@
 #include "ui/Widgets.h"
 
 #include <QComboBox>
+#include <QCursor>
+#include <QGuiApplication>
+#include <QScreen>
 #include <QLabel>
 #include <QPushButton>
 #include <QWidget>
@@ -118,6 +122,15 @@ void KeyMappingController::buildWindow()
 void KeyMappingController::showMappingWindow()
 {
     if (!m_window->isVisible()) {
+        if (!m_placed) {
+            // Centred once on the screen under the pointer; after that it stays where the user put it.
+            QScreen *screen = QGuiApplication::screenAt(QCursor::pos());
+            if (!screen)
+                screen = QGuiApplication::primaryScreen();
+            if (screen)
+                m_window->move(ScreenGeometry::centredTopLeft(m_window->size(), screen->availableGeometry()));
+            m_placed = true;
+        }
         m_window->show();
         m_sourceKeyPopup->setFocus();
     }

@@ -52,4 +52,5 @@ private:
     QComboBox *m_sourceKeyPopup = nullptr;
     QComboBox *m_destinationKeyPopup = nullptr;
     QComboBox *m_customMappingsPopup = nullptr;
+    bool m_placed = false;
 };

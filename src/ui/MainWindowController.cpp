@@ -1,20 +1,45 @@
 #include "ui/MainWindowController.h"
 
+#include "capture/CaptureHost.h"
 #include "capture/CaptureService.h"
+#include "capture/ScreenGeometry.h"
+#include "capture/ScreenshotFlow.h"
 #include "storage/HistoryDatabase.h"
 #include "ui/HistoryTableModel.h"
 #include "ui/HistoryTableView.h"
 #include "ui/KeyMappingController.h"
 #include "ui/MainWindow.h"
-#include "ui/ScreenPlacement.h"
 
 #include <QDesktopServices>
+#include <QGuiApplication>
 #include <QDir>
 #include <QHeaderView>
 #include <QMessageBox>
 #include <QPointer>
 #include <QScreen>
 #include <QUrl>
+
+namespace {
+
+// The main window as the capture flows see it.
+class MainWindowCaptureHost : public CaptureHost {
+public:
+    explicit MainWindowCaptureHost(MainWindowController &controller) : m_controller(controller) {}
+    bool isWindowVisible() const override { return m_controller.isWindowVisible(); }
+    void hideWindow() override { m_controller.hideWindow(); }
+    void showWindowCentredOn(QScreen *screen) override
+    {
+        m_controller.centerOn(screen);
+        m_controller.showWindow();
+    }
+    QString status() const override { return m_controller.status(); }
+    void setStatus(const QString &text) override { m_controller.setStatus(text); }
+
+private:
+    MainWindowController &m_controller;
+};
+
+} // namespace
 
 MainWindowController::MainWindowController(HistoryDatabase &database, CaptureService &capture,
                                            KeyRemapper &remapper, QString mappingFile, QObject *parent)
@@ -54,7 +79,10 @@ MainWindowController::MainWindowController(HistoryDatabase &database, CaptureSer
             self->centerOn(screen);
         self->showWindow();
     };
+    m_captureHost = std::make_unique<MainWindowCaptureHost>(*this);
+    m_screenshotFlow = std::make_unique<ScreenshotFlow>(*m_captureHost, m_capture);
     reloadHistory();
+    centerOn(QGuiApplication::primaryScreen());
 }
 
 MainWindowController::~MainWindowController()
@@ -89,7 +117,7 @@ bool MainWindowController::isWindowVisible() const
 void MainWindowController::centerOn(QScreen *screen)
 {
     if (screen)
-        m_window->move(ScreenPlacement::centredOrigin(m_window->frameGeometry().size(), screen->availableGeometry()));
+        m_window->move(ScreenGeometry::centredTopLeft(m_window->frameGeometry().size(), screen->availableGeometry()));
 }
 
 void MainWindowController::setStatus(const QString &text)
@@ -109,7 +137,8 @@ void MainWindowController::reloadHistory()
 
 void MainWindowController::captureScreenshot()
 {
-    // capture flow: region screenshot arrives with the capture issue; until then a no-op.
+    // capture flow
+    m_screenshotFlow->captureScreenshot();
 }
 
 void MainWindowController::captureScrollingScreenshot(bool)

@@ -7,6 +7,7 @@
 #include <QString>
 #include <memory>
 
+class CaptureHost;
 class CaptureService;
 class HistoryDatabase;
 class HistoryTableModel;
@@ -15,6 +16,7 @@ class KeyRemapper;
 class MainWindow;
 class QScreen;
 class QWidget;
+class ScreenshotFlow;
 
 // The one main window of the app: built once, hidden rather than destroyed when closed.
 // Owns the key-mapping window and the recent-captures list; GUI thread only.
@@ -55,5 +57,7 @@ private:
     std::unique_ptr<MainWindow> m_window;
     HistoryTableModel *m_model = nullptr;
     std::unique_ptr<KeyMappingController> m_keyMapping;
+    std::unique_ptr<CaptureHost> m_captureHost;
+    std::unique_ptr<ScreenshotFlow> m_screenshotFlow;
     QString m_status = QStringLiteral("Sẵn sàng");
 };

@@ -1,0 +1,122 @@
+#include "app/AppDelegate.h"
+#include "platform/Platform.h"
+#include "platform/fake/FakeApplicationRegistry.h"
+#include "platform/fake/FakeHotKeyService.h"
+#include "platform/fake/FakeKeySynthesizer.h"
+#include "platform/fake/FakeProcessRunner.h"
+#include "platform/fake/FakeScreenGrabber.h"
+#include "ui/MainWindowController.h"
+
+#include <QCoreApplication>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+constexpr auto emptyProperty = R"({"UserKeyMapping":[]})";
+
+struct Fixture {
+    QTemporaryDir dir;
+    FakeProcessRunner *processes = new FakeProcessRunner;
+    FakeHotKeyService *hotKeys = new FakeHotKeyService;
+    FakeApplicationRegistry *applications = new FakeApplicationRegistry;
+    Platform platform;
+    std::unique_ptr<AppDelegate> delegate;
+
+    Fixture()
+    {
+        platform.tools.keymapTool = "/opt/vistrel/vistrel-keymap";
+        platform.processes.reset(processes);
+        platform.hotKeys.reset(hotKeys);
+        platform.applications.reset(applications);
+        platform.keys = std::make_unique<FakeKeySynthesizer>();
+        platform.screenGrabber = std::make_unique<FakeScreenGrabber>();
+        AppPaths paths{dir.filePath("support"), dir.filePath("documents"), dir.filePath("Desktop")};
+        delegate = std::make_unique<AppDelegate>(platform, paths);
+    }
+    ~Fixture()
+    {
+        if (delegate && delegate->mainWindow())
+            delegate->mainWindow()->hideWindow();
+    }
+    // Launch, then the turn of the event loop on which the remapper starts.
+    void launch()
+    {
+        delegate->applicationDidFinishLaunching();
+        QCoreApplication::processEvents();
+    }
+    QString lastProperty() const { return processes->runs().last().arguments.last(); }
+    // A hot-key press as the X server would deliver it, then one turn of the event loop.
+    void press(quint32 key, quint32 modifiers)
+    {
+        ASSERT_TRUE(hotKeys->press(key, modifiers));
+        QCoreApplication::processEvents();
+    }
+};
+
+} // namespace
+
+TEST(AppDelegate, LaunchAppliesWindowsModeAndMovesHotKeysToControl)
+{
+    Fixture f;
+    f.launch();
+    ASSERT_EQ(f.processes->runCount(), 1);
+    EXPECT_TRUE(f.lastProperty().contains("30064771296"));
+    EXPECT_EQ(f.delegate->remapper().hotKeyModifiers(), HotKeyModifier::control);
+    EXPECT_TRUE(f.delegate->mainWindow()->isWindowVisible());
+}
+
+TEST(AppDelegate, FailedLaunchIsRetriedByTheTick)
+{
+    Fixture f;
+    f.processes->defaultResult = FakeProcessRunner::exited(1);
+    f.launch();
+    EXPECT_FALSE(f.delegate->remapper().isRunning());
+    EXPECT_EQ(f.delegate->remapper().hotKeyModifiers(), HotKeyModifier::command);
+
+    f.processes->defaultResult = FakeProcessRunner::exited(0);
+    f.delegate->retryTick();
+    EXPECT_TRUE(f.delegate->remapper().isRunning());
+    EXPECT_EQ(f.delegate->remapper().hotKeyModifiers(), HotKeyModifier::control);
+    const auto runs = f.processes->runCount();
+    f.delegate->retryTick();   // in force: nothing more to do
+    EXPECT_EQ(f.processes->runCount(), runs);
+}
+
+TEST(AppDelegate, SwitchHotKeysActivateApplicationsInPidOrder)
+{
+    Fixture f;
+    f.applications->applications = {{300, "b"}, {120, "a"}, {450, "c"}};
+    f.applications->frontmost = 120;
+    f.launch();
+
+    const quint32 control = HotKeyModifier::control;
+    f.press(VirtualKey::tab, control);
+    f.press(VirtualKey::tab, control | HotKeyModifier::shift);
+    EXPECT_EQ(f.applications->activated, (QList<qint64>{300, 450}));
+}
+
+TEST(AppDelegate, QuitRemovesTheMappingFirst)
+{
+    Fixture f;
+    f.launch();
+    f.press(VirtualKey::q, HotKeyModifier::control);
+    EXPECT_FALSE(f.delegate->remapper().isRunning());
+    EXPECT_EQ(f.lastProperty(), QString::fromLatin1(emptyProperty));
+    EXPECT_EQ(f.delegate->remapper().hotKeyModifiers(), HotKeyModifier::command);
+
+    // A second quit (the platform's own, say) does not run the tool again.
+    const auto runs = f.processes->runCount();
+    f.delegate->terminate();
+    EXPECT_EQ(f.processes->runCount(), runs);
+}
+
+TEST(AppDelegate, ReopenShowsTheHiddenWindow)
+{
+    Fixture f;
+    f.launch();
+    f.delegate->mainWindow()->hideWindow();
+    f.delegate->applicationShouldHandleReopen();
+    EXPECT_TRUE(f.delegate->mainWindow()->isWindowVisible());
+}
