@@ -2,21 +2,8 @@
 
 #include <QBuffer>
 #include <QImageWriter>
-#include <QSaveFile>
 
 namespace CaptureFiles {
-
-bool writeAtomically(const QString &path, const QByteArray &bytes)
-{
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly))
-        return false;
-    if (file.write(bytes) != bytes.size()) {
-        file.cancelWriting();
-        return false;
-    }
-    return file.commit();
-}
 
 bool tiffAvailable()
 {

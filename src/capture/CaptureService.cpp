@@ -1,6 +1,7 @@
 #include "capture/CaptureService.h"
 
 #include "capture/CaptureFiles.h"
+#include "storage/AtomicFile.h"
 #include "capture/ClipboardWriter.h"
 #include "capture/ImageMimeData.h"
 #include "capture/PngEncoder.h"
@@ -109,7 +110,7 @@ std::optional<QString> CaptureService::saveScreenshot(const QImage &image, const
     QDir().mkpath(m_desktopFolder);
     const QString path = CaptureFileNaming::freePath(m_desktopFolder, prefix, QStringLiteral("png"));
     const QByteArray png = PngEncoder::encode(image);
-    if (png.isEmpty() || !CaptureFiles::writeAtomically(path, png))
+    if (png.isEmpty() || !AtomicFile::write(path, png))
         return std::nullopt;
     copyImageToPasteboard(image, png);
     m_database.add(QStringLiteral("screenshot"), path);
@@ -122,7 +123,7 @@ std::optional<QString> CaptureService::saveScreenshot(const QImage &image, const
 bool CaptureService::replaceScreenshot(const QImage &image, const QString &path)
 {
     const QByteArray png = PngEncoder::encode(image);
-    if (png.isEmpty() || !CaptureFiles::writeAtomically(path, png))
+    if (png.isEmpty() || !AtomicFile::write(path, png))
         return false;
     copyImageToPasteboard(image, png);
     if (onHistoryChanged)

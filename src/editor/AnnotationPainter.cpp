@@ -1,5 +1,7 @@
 #include "editor/AnnotationPainter.h"
 
+#include "editor/CanvasGeometry.h"
+
 #include <QFontDatabase>
 #include <QFontMetricsF>
 #include <QPaintDevice>
@@ -121,4 +123,25 @@ void AnnotationPainter::drawCallout(QPainter &painter, const QPointF &centre, qi
     painter.setFont(label.font);
     painter.setPen(Qt::white);
     painter.drawText(label.box.topLeft() + QPointF(0, label.ascent), label.text);
+}
+
+void AnnotationPainter::drawShape(QPainter &painter, EditTool tool, const QPointF &start, const QPointF &end, qreal width)
+{
+    const QRectF r = CanvasGeometry::spanned(start, end);
+    switch (tool) {
+    case EditTool::line:
+        painter.drawLine(QLineF(start, end));
+        break;
+    case EditTool::arrow:
+        drawArrow(painter, start, end, painter.pen(), arrowHeadLength(width));
+        break;
+    case EditTool::rectangle:
+        painter.drawRect(r);
+        break;
+    case EditTool::ellipse:
+        painter.drawEllipse(r);
+        break;
+    default:
+        break;
+    }
 }

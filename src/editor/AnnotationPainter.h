@@ -1,5 +1,7 @@
 #pragma once
 
+#include "editor/EditTool.h"
+
 #include "editor/DrawingStyle.h"
 
 #include <QFont>
@@ -27,6 +29,9 @@ std::array<QPointF, 2> arrowHead(const QPointF &start, const QPointF &end, qreal
 // Head length for a stroke width: four widths, at least 12.
 qreal arrowHeadLength(qreal width);
 void drawArrow(QPainter &painter, const QPointF &start, const QPointF &end, const QPen &pen, qreal headLength);
+// Line, arrow, rectangle or ellipse from start to end with the painter's pen; the same
+// strokes for the live preview and for the edit itself. Other tools draw nothing.
+void drawShape(QPainter &painter, EditTool tool, const QPointF &start, const QPointF &end, qreal width);
 // What an arrow can cover, grown by half the pen width.
 QRectF arrowBounds(const QPointF &start, const QPointF &end, qreal width, qreal headLength);
 

@@ -166,21 +166,6 @@ QRect CanvasToolGesture::drawShape(const ToolContext &context)
     return context.document.paint(bounds, [&](QPainter &painter) {
         painter.setPen(pen);
         painter.setBrush(Qt::NoBrush);
-        switch (tool) {
-        case EditTool::line:
-            painter.drawLine(QLineF(a, b));
-            break;
-        case EditTool::arrow:
-            AnnotationPainter::drawArrow(painter, a, b, pen, headLength);
-            break;
-        case EditTool::rectangle:
-            painter.drawRect(r);
-            break;
-        case EditTool::ellipse:
-            painter.drawEllipse(r);
-            break;
-        default:
-            break;
-        }
+        AnnotationPainter::drawShape(painter, tool, a, b, width);
     });
 }

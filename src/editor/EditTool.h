@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QHashFunctions>
 #include <QtGlobal>
 
 // The editor's tools. The raw values are the tags of the tool buttons and group the

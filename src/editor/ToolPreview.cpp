@@ -47,16 +47,10 @@ void ToolPreview::paint(QPainter &painter, EditTool tool, QPointF start, QPointF
     painter.setPen(pen);
     switch (tool) {
     case EditTool::line:
-        painter.drawLine(QLineF(start, current));
-        break;
     case EditTool::arrow:
-        AnnotationPainter::drawArrow(painter, start, current, pen, AnnotationPainter::arrowHeadLength(width));
-        break;
     case EditTool::rectangle:
-        painter.drawRect(r);
-        break;
     case EditTool::ellipse:
-        painter.drawEllipse(r);
+        AnnotationPainter::drawShape(painter, tool, start, current, width);
         break;
     case EditTool::insertImage:
         if (!insertImage.isNull()) {

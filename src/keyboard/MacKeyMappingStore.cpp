@@ -1,12 +1,13 @@
 #include "keyboard/MacKeyMappingStore.h"
 
+#include "storage/AtomicFile.h"
+
 #include <QDir>
 #include <QFile>
 #include <QHash>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QSaveFile>
 
 namespace MacKeyMappingStore {
 namespace {
@@ -114,14 +115,7 @@ bool save(const QString &filePath, const QList<MacCustomKeyMapping> &mappings)
     }
     bytes += ']';
 
-    QSaveFile file(filePath);
-    if (!file.open(QIODevice::WriteOnly))
-        return false;
-    if (file.write(bytes) != bytes.size()) {
-        file.cancelWriting();
-        return false;
-    }
-    return file.commit();
+    return AtomicFile::write(filePath, bytes);
 }
 
 QList<std::pair<quint64, quint64>> resolved(const QList<MacCustomKeyMapping> &mappings)

@@ -1,4 +1,5 @@
 #include "capture/CaptureFiles.h"
+#include "storage/AtomicFile.h"
 #include "capture/ImageMimeData.h"
 #include "capture/PngEncoder.h"
 
@@ -66,13 +67,13 @@ TEST(CaptureFiles, WritesAtomicallyAndLeavesNoTemporaries)
 {
     QTemporaryDir dir;
     const QString path = dir.filePath("shot.png");
-    ASSERT_TRUE(CaptureFiles::writeAtomically(path, "first"));
-    ASSERT_TRUE(CaptureFiles::writeAtomically(path, "second, longer"));
+    ASSERT_TRUE(AtomicFile::write(path, "first"));
+    ASSERT_TRUE(AtomicFile::write(path, "second, longer"));
     QFile file(path);
     ASSERT_TRUE(file.open(QIODevice::ReadOnly));
     EXPECT_EQ(file.readAll(), "second, longer");
     EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files), QStringList{"shot.png"});
-    EXPECT_FALSE(CaptureFiles::writeAtomically(dir.filePath("missing/shot.png"), "x"));
+    EXPECT_FALSE(AtomicFile::write(dir.filePath("missing/shot.png"), "x"));
 }
 
 TEST(ImageMimeData, OffersTheSameImageAsPngAndTiff)
