@@ -4,6 +4,8 @@
 #include "capture/CaptureService.h"
 #include "capture/ScreenGeometry.h"
 #include "capture/ScreenshotFlow.h"
+#include "editor/ImageEditorController.h"
+#include "editor/ImageEditorWindow.h"
 #include "storage/HistoryDatabase.h"
 #include "ui/HistoryTableModel.h"
 #include "ui/HistoryTableView.h"
@@ -34,6 +36,10 @@ public:
     }
     QString status() const override { return m_controller.status(); }
     void setStatus(const QString &text) override { m_controller.setStatus(text); }
+    void openEditor(const QImage &image, QScreen *screen, const QString &savedPath) override
+    {
+        m_controller.openEditor(image, screen, savedPath);
+    }
 
 private:
     MainWindowController &m_controller;
@@ -139,6 +145,22 @@ void MainWindowController::captureScreenshot()
 {
     // capture flow
     m_screenshotFlow->captureScreenshot();
+}
+
+void MainWindowController::openEditor(const QImage &image, QScreen *screen, const QString &savedPath)
+{
+    QPointer<MainWindowController> self(this);
+    // A later capture replaces this editor; the earlier window then goes unsaved.
+    m_editor = std::make_unique<ImageEditorController>(image, screen, [self, savedPath](std::optional<QImage> edited) {
+        if (!self)
+            return;
+        self->m_screenshotFlow->editingFinished(edited.value_or(QImage()), savedPath);
+        self->m_editor.reset();
+    });
+    QWidget *editorWindow = m_editor->window();
+    editorWindow->show();
+    editorWindow->raise();
+    editorWindow->activateWindow();
 }
 
 void MainWindowController::captureScrollingScreenshot(bool)

@@ -2,6 +2,7 @@
 
 #include "storage/CaptureItem.h"
 
+#include <QImage>
 #include <QList>
 #include <QObject>
 #include <QString>
@@ -11,6 +12,7 @@ class CaptureHost;
 class CaptureService;
 class HistoryDatabase;
 class HistoryTableModel;
+class ImageEditorController;
 class KeyMappingController;
 class KeyRemapper;
 class MainWindow;
@@ -48,6 +50,9 @@ public:
     void showMappingWindow();
     void refreshPermissionState();
     void reloadHistory();
+    // Opens the image editor on a capture saved at savedPath; saving there overwrites it.
+    void openEditor(const QImage &image, QScreen *screen, const QString &savedPath);
+    ImageEditorController *editor() const { return m_editor.get(); }
 
     const QList<CaptureItem> &items() const;
 
@@ -59,5 +64,6 @@ private:
     std::unique_ptr<KeyMappingController> m_keyMapping;
     std::unique_ptr<CaptureHost> m_captureHost;
     std::unique_ptr<ScreenshotFlow> m_screenshotFlow;
+    std::unique_ptr<ImageEditorController> m_editor;
     QString m_status = QStringLiteral("Sẵn sàng");
 };
