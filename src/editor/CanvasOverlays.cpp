@@ -116,7 +116,7 @@ void CanvasOverlays::addCenteredImageOverlay(const QImage &image)
         commitImageOverlay(imageOverlay_);
     EditorCanvasModel &model = canvas_.model();
     model.setInsertImage(image);
-    addImageOverlay(image, CanvasGeometry::centeredOverlayRect(model.frameSize(), QSizeF(image.size())));
+    addImageOverlay(image, CanvasGeometry::centeredOverlayRect(model.frameSize(), image.deviceIndependentSize()));
 }
 
 void CanvasOverlays::commitImageOverlay(EditableImageOverlayView *overlay)

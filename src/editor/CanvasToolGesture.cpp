@@ -109,9 +109,10 @@ bool CanvasToolGesture::keepsDrag(const ToolContext &context) const
 QRect CanvasToolGesture::regionPixels(const ToolContext &context) const
 {
     const QRectF r = CanvasGeometry::spanned(start_ / context.zoom, current_ / context.zoom);
-    const QRect pixels(QPoint(int(std::lround(r.left())), int(std::lround(r.top()))),
-                       QPoint(int(std::lround(r.right())) - 1, int(std::lround(r.bottom())) - 1));
-    return pixels.intersected(context.document.bounds());
+    // Whole points first, so a crop keeps a whole point size at any density.
+    const QRectF points(QPointF(std::round(r.left()), std::round(r.top())),
+                        QPointF(std::round(r.right()), std::round(r.bottom())));
+    return context.document.toPixels(points).intersected(context.document.bounds());
 }
 
 ToolOutcome CanvasToolGesture::applyDrag(const ToolContext &context)
@@ -134,13 +135,14 @@ ToolOutcome CanvasToolGesture::applyDrag(const ToolContext &context)
         }
         break;
     case EditTool::pixelate: {
-        const int cell = RegionFilters::pixelateCellSide(context.style.lineWidth);
+        const qreal side = RegionFilters::pixelateCellSide(context.style.lineWidth) * document.pixelRatio();
+        const int cell = int(std::lround(side));
         outcome.changedPixels = document.modifyPixels(
             region, [cell](QImage &image, const QRect &r) { RegionFilters::pixelate(image, r, cell); });
         break;
     }
     case EditTool::blur: {
-        const double radius = RegionFilters::blurRadius(context.style.lineWidth);
+        const double radius = RegionFilters::blurRadius(context.style.lineWidth) * document.pixelRatio();
         outcome.changedPixels = document.modifyPixels(
             region, [radius](QImage &image, const QRect &r) { RegionFilters::blur(image, r, radius); });
         break;

@@ -157,14 +157,19 @@ void EditorCanvasModel::afterEdit(const QRegion &changedPixels, bool sizeChanged
         emit frameChanged(frameSize());
         repaintAll();
     } else if (changedPixels.rectCount() > maxRepaintPieces) {
-        emit repaintNeeded(imageToView(QRectF(changedPixels.boundingRect())).adjusted(-1, -1, 1, 1));
+        emit repaintNeeded(pixelsToView(changedPixels.boundingRect()));
     } else {
         for (const QRect &piece : changedPixels)
-            emit repaintNeeded(imageToView(QRectF(piece)).adjusted(-1, -1, 1, 1));
+            emit repaintNeeded(pixelsToView(piece));
     }
     if (sizeChanged || !changedPixels.isEmpty())
         emit imageChanged();
     updateUndoAvailability();
+}
+
+QRectF EditorCanvasModel::pixelsToView(const QRect &pixels) const
+{
+    return imageToView(document_.toPoints(QRectF(pixels))).adjusted(-1, -1, 1, 1);
 }
 
 void EditorCanvasModel::repaintAll()
@@ -196,7 +201,7 @@ void EditorCanvasModel::paint(QPainter &painter, const QRectF &exposed) const
         // The image covers the whole frame and replaces what is below, so the black
         // ground never shows through; it is not painted.
         painter.setCompositionMode(QPainter::CompositionMode_Source);
-        if (zoom_ == 1.0) {
+        if (zoom_ == 1.0 && document_.pixelRatio() == 1.0) {
             const QRect pixels = area.toAlignedRect();
             painter.drawImage(pixels.topLeft(), image(), pixels);
         } else {
@@ -282,9 +287,11 @@ void EditorCanvasModel::resizeImage(qreal scale)
     commitActiveOverlays();
     if (!(scale > 0) || image().isNull())
         return;
-    const QImage next = ImageResampler::resized(image(), ImageResampler::scaledSize(document_.size(), scale));
+    // Scaling the pixels scales the points alike: the density stays.
+    QImage next = ImageResampler::resized(image(), ImageResampler::scaledSize(document_.size(), scale));
     if (next.isNull())
         return;
+    next.setDevicePixelRatio(document_.pixelRatio());
     document_.pushUndo();
     document_.replaceImage(next);
     document_.closeStep();
@@ -319,5 +326,5 @@ void EditorCanvasModel::pasteImage(const QImage &image)
         return;
     commitActiveOverlays();
     insertImage_ = image;
-    emit imageOverlayRequested(image, CanvasGeometry::centeredOverlayRect(frameSize(), QSizeF(image.size())));
+    emit imageOverlayRequested(image, CanvasGeometry::centeredOverlayRect(frameSize(), image.deviceIndependentSize()));
 }

@@ -28,7 +28,8 @@ public:
 
     // The document. image() stays valid until the next edit; copies of it never change.
     const QImage &image() const { return document_.image(); }
-    QSizeF imageSize() const { return QSizeF(document_.size()); }
+    // In image points.
+    QSizeF imageSize() const { return document_.pointSize(); }
     std::optional<QByteArray> pngData() const { return document_.pngData(); }
     const EditorDocument &document() const { return document_; }
 
@@ -124,6 +125,7 @@ private:
     void handle(const ToolOutcome &outcome, const QRectF &previewBefore);
     void afterEdit(const QRegion &changedPixels, bool sizeChanged);
     void applyFilter(const std::function<void(QImage &, const QRect &)> &filter);
+    QRectF pixelsToView(const QRect &pixels) const;
     void repaintAll();
     void updateUndoAvailability();
 

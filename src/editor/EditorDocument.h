@@ -11,10 +11,12 @@
 
 class QPainter;
 
-// The image being edited and its undo history. Pixels are image points (one pixel per
-// point); the image is kept as ARGB32_Premultiplied. Edits draw into the image where it
-// is, after the history has saved the tiles they touch; an image handed out by image()
-// stays as it was, because QImage copies its pixels before they are written while shared.
+// The image being edited and its undo history. Drawing is in image points; the image
+// keeps its density as its device pixel ratio (2 for a capture from a 2x screen), fixed
+// for the document's life, and is kept as ARGB32_Premultiplied. Undo tiles, filters and
+// PNG output stay in pixels. Edits draw into the image where it is, after the history
+// has saved the tiles they touch; an image handed out by image() stays as it was,
+// because QImage copies its pixels before they are written while shared.
 class EditorDocument {
 public:
     static constexpr QImage::Format pixelFormat = QImage::Format_ARGB32_Premultiplied;
@@ -22,8 +24,15 @@ public:
     explicit EditorDocument(const QImage &image);
 
     const QImage &image() const { return image_; }
+    // In pixels.
     QSize size() const { return image_.size(); }
     QRect bounds() const { return QRect(QPoint(0, 0), image_.size()); }
+    // Pixels per image point.
+    qreal pixelRatio() const { return ratio_; }
+    QSizeF pointSize() const { return image_.deviceIndependentSize(); }
+    // Points to pixels, edges rounded to whole pixels.
+    QRect toPixels(const QRectF &points) const;
+    QRectF toPoints(const QRectF &pixels) const;
 
     // Opens an undo step for the edit that follows (and forgets what could be redone).
     void pushUndo();
@@ -39,25 +48,27 @@ public:
     int redoCount() const { return history_.redoCount(); }
     size_t undoMemoryBytes() const { return history_.memoryBytes(); }
 
-    // Draws with antialiasing, clipped to `bounds` (image points) grown by two pixels for
+    // Draws with antialiasing in image points, clipped to `bounds` grown by two pixels for
     // the antialiased fringe. Returns the pixels that may have changed.
     QRect paint(const QRectF &bounds, const std::function<void(QPainter &)> &draw);
-    // Lets `modify` rewrite the pixels of `rect` in place (it may read anywhere).
+    // Lets `modify` rewrite the pixels of `rect` (pixels) in place (it may read anywhere).
     QRect modifyPixels(const QRect &rect, const std::function<void(QImage &image, const QRect &rect)> &modify);
     // Lets `transform` rewrite the whole image in place, after saving it packed for undo
     // (colour filters: nearly every tile changes, so nothing is copied raw first).
     void transformInPlace(const std::function<void(QImage &image, const QRect &rect)> &transform);
-    // Replaces the whole image (crop, resize); the size may change.
+    // Replaces the whole image (crop, resize); the size may change, the density does not.
     void replaceImage(const QImage &next);
 
     // The image as PNG bytes; nothing when it cannot be encoded.
     std::optional<QByteArray> pngData() const;
 
-    // `image` converted to the document's pixel format, one pixel per point, never
+    // `image` converted to the document's pixel format, keeping its density, never
     // sharing pixels with the argument.
     static QImage normalized(const QImage &image);
 
 private:
+    void keepDensity();
     QImage image_;
+    qreal ratio_ = 1.0;
     UndoHistory history_;
 };

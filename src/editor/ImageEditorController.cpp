@@ -59,7 +59,7 @@ ImageEditorController::ImageEditorController(const QImage &image, QScreen *scree
     canvas_ = new EditorCanvasView(image);
     overlays_ = new CanvasOverlays(*canvas_);
     placeWindow(screen);
-    buildInterface(QSizeF(canvas_->image().size()));
+    buildInterface(canvas_->image().deviceIndependentSize());
     connectControls();
 
     QPointer<ImageEditorController> self(this);

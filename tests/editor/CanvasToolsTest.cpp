@@ -7,6 +7,8 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <functional>
+#include <utility>
 #include <string>
 #include <vector>
 
@@ -274,6 +276,95 @@ TEST(CanvasTools, TextAndInsertionReachTheOverlayHooks)
     // 55 % of the view's height leads: 293.3 by 220, centred.
     EXPECT_EQ(overlays.at(1).at(1).toRectF(), QRectF(460.0 / 3, 90, 880.0 / 3, 220));
     EXPECT_EQ(canvas.insertImage().size(), QSize(4000, 3000));
+}
+
+// The first and last strongly red pixels in row `y`.
+std::pair<int, int> redSpan(const QImage &image, int y)
+{
+    std::pair<int, int> span{-1, -1};
+    for (int x = 0; x < image.width(); ++x) {
+        const QColor c = image.pixelColor(x, y);
+        if (c.red() > 200 && c.green() < 100) {
+            if (span.first < 0)
+                span.first = x;
+            span.second = x;
+        }
+    }
+    return span;
+}
+
+QImage dense(const QImage &pixels, qreal ratio)
+{
+    QImage image = pixels;
+    image.setDevicePixelRatio(ratio);
+    return image;
+}
+
+TEST(CanvasTools, MarksOnADenseImageAreSizedInImagePoints)
+{
+    struct Case {
+        std::string name;
+        EditTool tool;
+        Drag drag; // view points at zoom 1 = image points
+        int row;   // pixels
+        std::pair<int, int> span;
+    };
+    const std::vector<Case> cases = {
+        // Sides at x = 20 and 60, 4 wide: points 18 to 62, pixels 36 to 123.
+        {"rectangle", EditTool::rectangle, {{20, 20}, {60, 50}}, 70, {36, 123}},
+        // A 28-point disc under a 2-point white outline shows 26 points red across.
+        {"callout", EditTool::callout, {{50, 40}, {50, 40}}, 80, {74, 125}},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.name);
+        EditorCanvasModel canvas(dense(solid(200, 160, Qt::white), 2));
+        EXPECT_EQ(canvas.imageSize(), QSizeF(100, 80));
+        EXPECT_EQ(canvas.frameSize(), QSizeF(100, 80));
+        canvas.setTool(c.tool);
+        canvas.setColor(Qt::red);
+        canvas.setLineWidth(4);
+        drag(canvas, c.drag);
+        const auto [first, last] = redSpan(canvas.image(), c.row);
+        EXPECT_NEAR(first, c.span.first, 1);
+        EXPECT_NEAR(last, c.span.second, 1);
+        EXPECT_EQ(canvas.image().devicePixelRatio(), 2.0);
+    }
+}
+
+TEST(CanvasTools, CropResizeUndoAndPngKeepADenseImagesPixels)
+{
+    const QImage original = noise(200, 160, 7);
+    // Points (10, 20)-(60, 50) are pixels (20, 40) to (120, 100).
+    const QImage cut = original.copy(20, 40, 100, 60);
+    EditorCanvasModel canvas(dense(original, 2));
+    canvas.setTool(EditTool::crop);
+
+    const struct {
+        const char *name;
+        std::function<void()> step;
+        const QImage *expected; // nothing to compare when null
+        QSizeF points;
+    } steps[] = {
+        {"crop", [&] { drag(canvas, {{10, 20}, {60, 50}}); }, &cut, {50, 30}},
+        {"resize to half", [&] { canvas.resizeImage(0.5); }, nullptr, {25, 15}},
+        {"undo the resize", [&] { canvas.undo(); }, &cut, {50, 30}},
+        {"undo the crop", [&] { canvas.undo(); }, &original, {100, 80}},
+        {"redo the crop", [&] { canvas.redo(); }, &cut, {50, 30}},
+    };
+    for (const auto &s : steps) {
+        SCOPED_TRACE(s.name);
+        s.step();
+        EXPECT_EQ(canvas.imageSize(), s.points);
+        EXPECT_EQ(canvas.image().size(), (s.points * 2).toSize());
+        EXPECT_EQ(canvas.image().devicePixelRatio(), 2.0);
+        if (s.expected) {
+            EXPECT_TRUE(samePixels(canvas.image(), *s.expected));
+        }
+    }
+    // The PNG keeps every pixel, not the point size.
+    const auto png = canvas.pngData();
+    ASSERT_TRUE(png.has_value());
+    EXPECT_TRUE(samePixels(QImage::fromData(*png, "PNG"), cut));
 }
 
 } // namespace

@@ -173,26 +173,41 @@ TEST_F(CanvasOverlaysTest, ASlimImageIsRemovedWithoutAStep)
     EXPECT_EQ(differingPixels(canvas->image(), solid(400, 300, Qt::white)), 0);
 }
 
-TEST_F(CanvasOverlaysTest, TextAtZoomTwoLandsAtHalfTheBoxAndTheFontsImageSize)
+TEST_F(CanvasOverlaysTest, TextLandsAtTheBoxInImagePointsAtTheImagesDensity)
 {
-    open(solid(800, 600, Qt::white), 2.0);
-    EditableTextOverlayView *box = openText(QRectF(200, 300, 430, 185), QStringLiteral("HHH"));
-    // On screen the 32-point font shows at 64.
-    EXPECT_EQ(QFontInfo(box->textView()->font()).pixelSize(), 64);
-    QTest::mouseClick(box->applyButton(), Qt::LeftButton);
+    const struct {
+        qreal zoom;
+        qreal density;
+        int shownPixelSize;
+    } cases[] = {
+        {2.0, 1.0, 64}, // on screen the 32-point font shows at 64
+        {1.0, 2.0, 32}, // a 2x capture: 32 points are 64 pixels in the image
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.zoom);
+        QImage image = solid(int(800 * c.density), int(600 * c.density), Qt::white);
+        image.setDevicePixelRatio(c.density);
+        open(image, c.zoom);
+        EditableTextOverlayView *box = openText(QRectF(200, 300, 430, 185), QStringLiteral("HHH"));
+        EXPECT_EQ(QFontInfo(box->textView()->font()).pixelSize(), c.shownPixelSize);
+        QTest::mouseClick(box->applyButton(), Qt::LeftButton);
 
-    EXPECT_EQ(overlays->textOverlay(), nullptr);
-    EXPECT_EQ(canvas->model().undoCount(), 1);
-    const QRect ink = inkBounds(canvas->image(), isReddish);
-    ASSERT_FALSE(ink.isEmpty());
-    // The text area (box + (8, 42)) divided by 2 is (104, 171).
-    QFont helvetica(QStringLiteral("Helvetica"));
-    helvetica.setPixelSize(32);
-    const QFontMetricsF metrics(helvetica);
-    EXPECT_GE(ink.left(), 104);
-    EXPECT_LE(ink.left(), 104 + 6);
-    EXPECT_NEAR(ink.top(), 171 + metrics.ascent() - metrics.capHeight(), 3);
-    EXPECT_NEAR(ink.height(), metrics.capHeight(), 3);
+        EXPECT_EQ(overlays->textOverlay(), nullptr);
+        EXPECT_EQ(canvas->model().undoCount(), 1);
+        EXPECT_EQ(canvas->image().devicePixelRatio(), c.density);
+        const QRect ink = inkBounds(canvas->image(), isReddish);
+        ASSERT_FALSE(ink.isEmpty());
+        // The text area is the box + (8, 42) in view points, divided by the zoom for image
+        // points; pixels are image points times the density.
+        const QPointF area = QPointF(208, 342) / c.zoom;
+        QFont helvetica(QStringLiteral("Helvetica"));
+        helvetica.setPixelSize(32);
+        const QFontMetricsF metrics(helvetica);
+        EXPECT_GE(ink.left(), area.x() * c.density);
+        EXPECT_LE(ink.left(), (area.x() + 6) * c.density);
+        EXPECT_NEAR(ink.top(), (area.y() + metrics.ascent() - metrics.capHeight()) * c.density, 3 * c.density);
+        EXPECT_NEAR(ink.height(), metrics.capHeight() * c.density, 3 * c.density);
+    }
 }
 
 TEST_F(CanvasOverlaysTest, ASmallFontShowsAtEightButGoesInAtItsSize)

@@ -366,6 +366,21 @@ TEST_F(EditorControllerTest, ImageOperationsApplyTheOverlaysFirst)
     EXPECT_EQ(editor->statusBar().sizeLabel()->text(), QStringLiteral("200 × 100 px"));
 }
 
+TEST_F(EditorControllerTest, ADenseCaptureShowsItsPointSizeAndSavesItsPixels)
+{
+    QImage capture = solid(400, 200, Qt::white);
+    capture.setDevicePixelRatio(2.0);
+    open(capture);
+    EXPECT_EQ(editor->statusBar().sizeLabel()->text(), QStringLiteral("200 × 100 px"));
+    editor->resetZoom();
+    EXPECT_EQ(editor->canvas().size(), QSize(200, 100));
+    editor->save();
+    ASSERT_EQ(results.size(), 1u);
+    ASSERT_TRUE(results[0].has_value());
+    EXPECT_EQ(results[0]->size(), QSize(400, 200));
+    EXPECT_EQ(results[0]->devicePixelRatio(), 2.0);
+}
+
 TEST_F(EditorControllerTest, EveryButtonShowsAnIconOrATitleAndSaysWhatItDoes)
 {
     open(solid(200, 100, Qt::white));

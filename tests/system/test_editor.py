@@ -18,9 +18,10 @@ REGION = (300, 400, 400, 300)              # points: x, y, width, height
 RECT_FROM, RECT_TO = (50, 60), (250, 200)  # image points inside the capture
 
 
-def find_pattern(image, x0, y0, step):
+def find_pattern(image, x0, y0, step=1):
     """Where the root pattern's pixel (x0, y0) shows in `image`, its right and lower
-    neighbours `step` pixels away (the canvas at 100 % on a screen of that scale)."""
+    neighbours `step` pixels away. At 100 % a capture keeps its density on a screen of
+    the same scale: one of its pixels is one screen pixel."""
     wanted = bytes(pattern_rgb(x0, y0)) + b"\xff"
     for y in range(image.height - step):
         row = image._rows[y]
@@ -90,7 +91,7 @@ class EditorTests(harness.SystemTestCase):
         scratch = session.scratch("editor.png")
 
         def located():
-            found = find_pattern(session.x.screenshot(scratch, editor.id), x0, y0, int(scale))
+            found = find_pattern(session.x.screenshot(scratch, editor.id), x0, y0)
             if not found:
                 return None
             frame = session.x.geometry(editor.id)
@@ -127,14 +128,18 @@ class EditorTests(harness.SystemTestCase):
                 image = pngread.read_png_file(path)
                 x0, y0, w, h = (int(v * scale) for v in REGION)
                 self.assertEqual((image.width, image.height), (w, h))
+                # The outline is drawn in image points: its pixels are points times the scale.
                 (ax, ay), (bx, by) = RECT_FROM, RECT_TO
-                for edge, (px, py) in (("top", (150, ay)), ("bottom", (150, by)),
-                                       ("left", (ax, 130)), ("right", (bx, 130))):
+                for edge, point in (("top", (150, ay)), ("bottom", (150, by)),
+                                    ("left", (ax, 130)), ("right", (bx, 130))):
+                    px, py = (int(v * scale) for v in point)
                     self.assertTrue(near(image.rgb(px, py), SYSTEM_RED, 6),
                                     "%s edge %s is %s" % (edge, (px, py), image.rgb(px, py)))
                 # Inside and outside the outline the capture is as it was.
-                for px, py in ((150, 130), (ax - 10, ay - 10), (bx + 10, by + 10), (w - 1, h - 1)):
+                for point in ((150, 130), (ax - 10, ay - 10), (bx + 10, by + 10)):
+                    px, py = (int(v * scale) for v in point)
                     self.assertEqual(image.rgb(px, py), pattern_rgb(x0 + px, y0 + py), (px, py))
+                self.assertEqual(image.rgb(w - 1, h - 1), pattern_rgb(x0 + w - 1, y0 + h - 1))
 
                 self.assertEqual(self._clipboard_png(session), read(path))
                 self.assertEqual(history(app), [{"type": "screenshot", "path": path}])
