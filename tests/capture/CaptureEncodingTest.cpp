@@ -1,12 +1,8 @@
 #include "capture/CaptureFiles.h"
-#include "storage/AtomicFile.h"
 #include "capture/ImageMimeData.h"
 #include "capture/PngEncoder.h"
 
-#include <QDir>
-#include <QFile>
 #include <QRandomGenerator>
-#include <QTemporaryDir>
 #include <gtest/gtest.h>
 
 namespace {
@@ -36,11 +32,9 @@ TEST(PngEncoder, RoundTripsThroughAStandardDecoder)
     } cases[] = {
         {1, 1, false, 1, 0},
         {3, 7, false, 1, 4},        // more threads than the image is worth
-        {640, 480, false, 1, 1},
         {1500, 1000, false, 1, 2},  // two stripes joined into one stream
-        {1200, 1300, false, 6, 3},  // uneven stripes
+        {2000, 1001, false, 6, 4},  // three uneven stripes
         {1024, 1025, true, 1, 2},   // RGBA
-        {17, 5000, false, 9, 4},    // tall and narrow
     };
     for (const Case &c : cases) {
         const QImage source = screenLike(c.width, c.height, c.alpha, quint32(c.width * 31 + c.height));
@@ -63,19 +57,6 @@ TEST(PngEncoder, KeepsPremultipliedColoursAndRejectsNothing)
     EXPECT_TRUE(PngEncoder::encode(QImage()).isEmpty());
 }
 
-TEST(CaptureFiles, WritesAtomicallyAndLeavesNoTemporaries)
-{
-    QTemporaryDir dir;
-    const QString path = dir.filePath("shot.png");
-    ASSERT_TRUE(AtomicFile::write(path, "first"));
-    ASSERT_TRUE(AtomicFile::write(path, "second, longer"));
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-    EXPECT_EQ(file.readAll(), "second, longer");
-    EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files), QStringList{"shot.png"});
-    EXPECT_FALSE(AtomicFile::write(dir.filePath("missing/shot.png"), "x"));
-}
-
 TEST(ImageMimeData, OffersTheSameImageAsPngAndTiff)
 {
     ASSERT_TRUE(CaptureFiles::tiffAvailable()) << "the TIFF image plugin is not installed";
@@ -84,14 +65,12 @@ TEST(ImageMimeData, OffersTheSameImageAsPngAndTiff)
     ImageMimeData data(image, png);
 
     EXPECT_EQ(data.formats(), (QStringList{"image/png", "image/tiff"}));
-    EXPECT_TRUE(data.hasFormat("image/tiff"));
     EXPECT_FALSE(data.hasFormat("application/x-qt-image"));
     EXPECT_EQ(data.data("image/png"), png);
 
     QImage fromTiff;
     ASSERT_TRUE(fromTiff.loadFromData(data.data("image/tiff"), "TIFF"));
     EXPECT_EQ(fromTiff.convertToFormat(QImage::Format_RGB32), image);
-    EXPECT_EQ(data.data("image/tiff"), data.data("image/tiff"));   // encoded once
 }
 
 } // namespace

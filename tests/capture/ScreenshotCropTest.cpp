@@ -1,3 +1,5 @@
+#include "CaptureTestDoubles.h"
+
 #include "capture/ScreenshotCrop.h"
 
 #include <gtest/gtest.h>
@@ -18,7 +20,6 @@ TEST(ScreenshotCrop, MapsSelectionsToWholeDevicePixels)
     const QRectF hd(0, 0, 1920, 1080);
     const QRectF second(1920, 0, 1280, 800);
     const RegionCase cases[] = {
-        {"scale 1", {100, 50, 100, 50}, hd, {1920, 1080}, QRect(100, 50, 100, 50), {100, 50}},
         {"scale 2 doubles every side", {100, 50, 100, 50}, hd, {3840, 2160}, QRect(200, 100, 200, 100), {100, 50}},
         {"second screen is offset", {2020, 10, 30, 40}, second, {2560, 1600}, QRect(200, 20, 60, 80), {30, 40}},
         {"scale 1.5 whole", {10, 10, 100, 50}, hd, {2880, 1620}, QRect(15, 15, 150, 75), {100, 50}},
@@ -29,10 +30,8 @@ TEST(ScreenshotCrop, MapsSelectionsToWholeDevicePixels)
         {"past the left and top edges", {-50, -30, 150, 80}, hd, {1920, 1080}, QRect(0, 0, 100, 50), {100, 50}},
         {"past the right and bottom edges at scale 2", {1900, 1000, 100, 200}, hd, {3840, 2160}, QRect(3800, 2000, 40, 160), {20, 80}},
         {"whole screen", hd, hd, {1920, 1080}, QRect(0, 0, 1920, 1080), {1920, 1080}},
-        {"another screen entirely", {2000, 10, 50, 50}, hd, {1920, 1080}, std::nullopt, {}},
         {"touching the edge only", {1920, 10, 50, 50}, hd, {1920, 1080}, std::nullopt, {}},
         {"thinner than a point after clipping", {1919.5, 10, 50, 50}, hd, {1920, 1080}, std::nullopt, {}},
-        {"thin selection", {10, 10, 0.5, 50}, hd, {1920, 1080}, std::nullopt, {}},
         {"empty image", {10, 10, 50, 50}, hd, {0, 0}, std::nullopt, {}},
     };
     for (const RegionCase &c : cases) {
@@ -45,33 +44,18 @@ TEST(ScreenshotCrop, MapsSelectionsToWholeDevicePixels)
     }
 }
 
-// Each pixel carries its own coordinates, so a wrong offset or size shows at once.
-QImage coordinatePattern(int width, int height)
-{
-    QImage image(width, height, QImage::Format_RGB32);
-    for (int y = 0; y < height; ++y) {
-        auto *line = reinterpret_cast<QRgb *>(image.scanLine(y));
-        for (int x = 0; x < width; ++x)
-            line[x] = qRgb(x & 0xff, y & 0xff, ((x >> 8) << 4) | (y >> 8));
-    }
-    return image;
-}
-
 TEST(ScreenshotCrop, CutsTheSelectedPixelsAtFullDensity)
 {
-    const QImage frozen = coordinatePattern(1600, 1200);   // an 800 × 600 screen at scale 2
+    const QImage frozen = coordinateImage({1600, 1200});   // an 800 × 600 screen at scale 2
     const QRectF frame(800, 0, 800, 600);
     const auto result = ScreenshotCrop::crop(frozen, frame, QRectF(900, 50, 100, 50));
     ASSERT_TRUE(result);
-    EXPECT_EQ(result->image.size(), QSize(200, 100));
     EXPECT_DOUBLE_EQ(result->image.devicePixelRatio(), 2.0);
-    EXPECT_EQ(result->image.deviceIndependentSize(), QSizeF(100, 50));
     EXPECT_EQ(result->image, frozen.copy(200, 100, 200, 100));
-
+    // A selection past every edge takes the whole frozen image.
     const auto whole = ScreenshotCrop::crop(frozen, frame, frame.adjusted(-10, -10, 10, 10));
     ASSERT_TRUE(whole);
     EXPECT_EQ(whole->image, frozen);
-    EXPECT_EQ(whole->pointSize, QSizeF(800, 600));
 
     EXPECT_FALSE(ScreenshotCrop::crop(frozen, frame, QRectF(0, 0, 100, 100)));
 }

@@ -2,41 +2,28 @@
 #include "SelectorDriving.h"
 
 #include "capture/CaptureHost.h"
-#include "capture/CaptureService.h"
 #include "capture/RegionSelectorController.h"
 #include "capture/RegionSelectorView.h"
 #include "capture/ScreenshotFlow.h"
-#include "platform/fake/FakeScreenGrabber.h"
-#include "storage/HistoryDatabase.h"
 
-#include <QDir>
 #include <QFileInfo>
-#include <QTemporaryDir>
 #include <gtest/gtest.h>
 
 namespace {
 
+// The main window, as far as a capture flow sees it.
 class FakeHost : public CaptureHost {
 public:
+    struct Opened { QImage image; QScreen *screen; QString path; };
     bool visible = true;
     QString statusText = "Sẵn sàng";
     int shows = 0;
     QScreen *centredOn = nullptr;
-    struct Opened {
-        QImage image;
-        QScreen *screen;
-        QString path;
-    };
     std::vector<Opened> editors;
 
     bool isWindowVisible() const override { return visible; }
     void hideWindow() override { visible = false; }
-    void showWindowCentredOn(QScreen *screen) override
-    {
-        visible = true;
-        ++shows;
-        centredOn = screen;
-    }
+    void showWindowCentredOn(QScreen *screen) override { visible = true; ++shows; centredOn = screen; }
     QString status() const override { return statusText; }
     void setStatus(const QString &text) override { statusText = text; }
     void openEditor(const QImage &image, QScreen *screen, const QString &path) override
@@ -45,76 +32,55 @@ public:
     }
 };
 
-QImage pattern(QSize size)
-{
-    QImage image(size, QImage::Format_RGB32);
-    for (int y = 0; y < size.height(); ++y)
-        for (int x = 0; x < size.width(); ++x)
-            image.setPixel(x, y, qRgb(x & 0xff, y & 0xff, (x ^ y) & 0xff));
-    return image;
-}
-
 class ScreenshotFlowTest : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        database = std::make_unique<HistoryDatabase>(support.path());
-        service = std::make_unique<CaptureService>(*database, support.path(), grabber, desktop.path());
-        service->setClipboardWriter(std::make_unique<RecordingClipboard>(clipboard));
-        auto staged = std::make_unique<StagedScreens>();
-        staged->pointer = screen->geometry().center();
-        screens = staged.get();
-        service->setScreenEnvironment(std::move(staged));
-        service->onStatus = [this](const QString &text) { host.setStatus(text); };
-        grabber.image = pattern(screen->geometry().size() * screen->devicePixelRatio());
-        flow = std::make_unique<ScreenshotFlow>(host, *service);
+        rig.screens->pointer = screen->geometry().center();
+        rig.service.onStatus = [this](const QString &text) {
+            rig.statuses.append(text);
+            host.setStatus(text);
+        };
+        rig.grabber.image = coordinateImage(screen->geometry().size() * screen->devicePixelRatio());
     }
 
     // Starts a capture and lets the deferred step open the selector.
     RegionSelectorView *start()
     {
-        RegionSelectorController *before = service->regionSelector();
-        flow->captureScreenshot();
+        RegionSelectorController *before = rig.service.regionSelector();
+        flow.captureScreenshot();
         EXPECT_FALSE(host.visible);
-        EXPECT_EQ(host.statusText, "Đang chọn vùng chụp…");
-        EXPECT_EQ(service->regionSelector(), before);   // the grab waits for the next turn
+        EXPECT_EQ(host.statusText, CaptureService::selectingText);
+        EXPECT_EQ(rig.service.regionSelector(), before);   // the grab waits for the next turn
         QCoreApplication::processEvents();
-        return service->regionSelector() ? service->regionSelector()->view() : nullptr;
+        return rig.service.regionSelector() ? rig.service.regionSelector()->view() : nullptr;
     }
 
-    QStringList desktopFiles() const { return QDir(desktop.path()).entryList(QDir::Files); }
-
     QScreen *screen = QGuiApplication::primaryScreen();
-    QTemporaryDir support, desktop;
-    FakeScreenGrabber grabber;
-    std::unique_ptr<HistoryDatabase> database;
-    std::unique_ptr<CaptureService> service;
-    StagedScreens *screens = nullptr;
-    std::vector<std::unique_ptr<QMimeData>> clipboard;
+    CaptureRig rig;
     FakeHost host;
-    std::unique_ptr<ScreenshotFlow> flow;
+    ScreenshotFlow flow{host, rig.service};
 };
 
 TEST_F(ScreenshotFlowTest, ADragSavesTheRegionAndHandsItToTheEditor)
 {
     RegionSelectorView *view = start();
     ASSERT_NE(view, nullptr);
-    EXPECT_EQ(view->prompt(), "Kéo chuột để chọn vùng chụp  •  Esc để hủy");
-    EXPECT_EQ(grabber.requests, QList<QScreen *>{screen});
+    EXPECT_EQ(view->prompt(), CaptureService::screenshotPrompt);
+    EXPECT_EQ(rig.grabber.requests, QList<QScreen *>{screen});
 
     dragOn(view, {30, 40}, {130, 90});
     flushDeletions();
-    EXPECT_EQ(service->regionSelector(), nullptr);
+    EXPECT_EQ(rig.service.regionSelector(), nullptr);
     ASSERT_EQ(host.editors.size(), 1u);
     const qreal ratio = screen->devicePixelRatio();
-    const QImage expected = grabber.image.copy(QRectF(30 * ratio, 40 * ratio, 100 * ratio, 50 * ratio).toRect());
+    const QImage expected = rig.grabber.image.copy(QRectF(30 * ratio, 40 * ratio, 100 * ratio, 50 * ratio).toRect());
     EXPECT_EQ(host.editors[0].image.convertToFormat(QImage::Format_RGB32), expected);
     EXPECT_EQ(host.editors[0].screen, screen);
-    EXPECT_EQ(desktopFiles(), QStringList{QFileInfo(host.editors[0].path).fileName()});
-    EXPECT_EQ(host.statusText, "Đã lưu và sao chép: " + QFileInfo(host.editors[0].path).fileName());
+    const QString name = QFileInfo(host.editors[0].path).fileName();
+    EXPECT_EQ(rig.desktopFiles(), QStringList{name});
+    EXPECT_EQ(rig.statuses, (QStringList{CaptureService::selectingText, CaptureService::savedPrefix + name}));
     EXPECT_FALSE(host.visible);   // the editor comes to the front instead
-    EXPECT_EQ(database->recent().size(), 1);
-    EXPECT_EQ(clipboard.size(), 1u);
 }
 
 TEST_F(ScreenshotFlowTest, ACancelBringsTheWindowBackOnlyIfItWasVisible)
@@ -125,30 +91,38 @@ TEST_F(ScreenshotFlowTest, ACancelBringsTheWindowBackOnlyIfItWasVisible)
         RegionSelectorView *view = start();
         ASSERT_NE(view, nullptr);
         QTest::keyClick(view, Qt::Key_Escape);
-        EXPECT_EQ(host.statusText, "Đã hủy chụp màn hình");
+        EXPECT_EQ(host.statusText, CaptureService::cancelledText);
         EXPECT_EQ(host.visible, wasVisible);
         EXPECT_EQ(host.shows, wasVisible ? 1 : 0);
         EXPECT_EQ(host.centredOn, wasVisible ? screen : nullptr);
         EXPECT_TRUE(host.editors.empty());
-        EXPECT_TRUE(desktopFiles().isEmpty());
-        EXPECT_TRUE(clipboard.empty());
+        EXPECT_TRUE(rig.desktopFiles().isEmpty());
     }
 }
 
 TEST_F(ScreenshotFlowTest, AFailureTextIsLeftStanding)
 {
-    grabber.image = QImage();
-    start();
-    EXPECT_EQ(host.statusText, "Không thể chụp màn hình. Hãy kiểm tra quyền Ghi màn hình.");
-    EXPECT_TRUE(host.visible);
-    EXPECT_EQ(host.centredOn, screen);
-
-    screens->noScreens = true;
-    start();
-    EXPECT_EQ(host.statusText, "Không tìm thấy màn hình để chụp");
-    EXPECT_TRUE(host.visible);
-    EXPECT_EQ(host.centredOn, nullptr);
-    EXPECT_TRUE(desktopFiles().isEmpty());
+    struct Case { const char *name; bool noScreens; QString status; QScreen *centredOn; qsizetype grabs; };
+    const Case cases[] = {
+        {"grab fails", false, CaptureService::grabFailedText, screen, 1},
+        {"no screen", true, CaptureService::noScreenText, nullptr, 0},
+    };
+    rig.grabber.image = QImage();
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.name);
+        host = FakeHost();
+        rig.statuses.clear();
+        rig.grabber.requests.clear();
+        rig.screens->noScreens = c.noScreens;
+        start();
+        EXPECT_EQ(rig.statuses, (QStringList{CaptureService::selectingText, c.status}));
+        EXPECT_EQ(host.statusText, c.status);
+        EXPECT_EQ(host.shows, 1);   // the completion ran exactly once
+        EXPECT_EQ(host.centredOn, c.centredOn);
+        EXPECT_EQ(rig.grabber.requests.size(), c.grabs);
+        EXPECT_EQ(rig.service.regionSelector(), nullptr);
+        EXPECT_TRUE(rig.desktopFiles().isEmpty());
+    }
 }
 
 TEST_F(ScreenshotFlowTest, ASecondCaptureReplacesTheFirstSelectorSilently)
@@ -160,9 +134,9 @@ TEST_F(ScreenshotFlowTest, ASecondCaptureReplacesTheFirstSelectorSilently)
     ASSERT_NE(second, nullptr);
     EXPECT_NE(first, second);
     EXPECT_TRUE(!firstView || !firstView->isVisible());
-    EXPECT_EQ(host.statusText, "Đang chọn vùng chụp…");
+    EXPECT_EQ(host.statusText, CaptureService::selectingText);
     QTest::keyClick(second, Qt::Key_Escape);
-    EXPECT_EQ(host.statusText, "Đã hủy chụp màn hình");
+    EXPECT_EQ(host.statusText, CaptureService::cancelledText);
     // The second capture began with the window already hidden, so it stays hidden.
     EXPECT_EQ(host.shows, 0);
 }
@@ -174,21 +148,26 @@ TEST_F(ScreenshotFlowTest, EditedImagesOverwriteTheCapture)
     dragOn(view, {0, 0}, {40, 40});
     ASSERT_EQ(host.editors.size(), 1u);
     const QString path = host.editors[0].path;
+    rig.statuses.clear();
 
     QImage edited(40, 40, QImage::Format_RGB32);
     edited.fill(Qt::red);
-    flow->editingFinished(edited, path);
-    EXPECT_EQ(host.statusText, "Đã cập nhật và sao chép: " + QFileInfo(path).fileName());
+    flow.editingFinished(edited, path);
+    EXPECT_EQ(rig.statuses, QStringList{CaptureService::replacedPrefix + QFileInfo(path).fileName()});
     EXPECT_EQ(QImage(path).convertToFormat(QImage::Format_RGB32), edited);
-    EXPECT_EQ(database->recent().size(), 1);
+    EXPECT_EQ(rig.database.recent().size(), 1);   // no new row
+    EXPECT_EQ(rig.historyChanges, 2);
+    EXPECT_EQ(rig.clipboard.size(), 2u);
 
-    flow->editingFinished(QImage(), path);   // closed without saving: nothing changes
-    EXPECT_EQ(clipboard.size(), 2u);
+    flow.editingFinished(QImage(), path);   // closed without saving: nothing changes
+    EXPECT_EQ(rig.clipboard.size(), 2u);
+    EXPECT_EQ(host.statusText, rig.statuses.last());
 
-    flow->editingFinished(edited, desktop.filePath("gone/x.png"));
-    EXPECT_EQ(host.statusText, "Không thể lưu ảnh đã chỉnh sửa");
-    ASSERT_EQ(clipboard.size(), 3u);   // the edit is still on the clipboard
-    EXPECT_TRUE(clipboard.back()->hasFormat("image/png"));
+    flow.editingFinished(edited, rig.desktop() + "/gone/x.png");
+    EXPECT_EQ(host.statusText, ScreenshotFlow::editSaveFailedText);
+    ASSERT_EQ(rig.clipboard.size(), 3u);   // the edit is still on the clipboard
+    EXPECT_TRUE(rig.clipboard.back()->hasFormat("image/png"));
+    EXPECT_EQ(rig.historyChanges, 2);
 }
 
 } // namespace

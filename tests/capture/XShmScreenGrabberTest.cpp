@@ -1,10 +1,10 @@
 #include "platform/x11/XShmScreenGrabber.h"
 
 #include <QGuiApplication>
-#include <QPixmap>
 #include <QScreen>
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <vector>
 
 // Last: Xlib's macros (None, Bool, ...) clash with names in the headers above.
@@ -86,22 +86,19 @@ TEST(XShmScreenGrabber, ReadsTheWholeScreenAtDevicePixels)
     EXPECT_NEAR(image.height() / screen->devicePixelRatio(), screen->geometry().height(), 1.0);
     EXPECT_DOUBLE_EQ(image.devicePixelRatio(), screen->devicePixelRatio());
     EXPECT_EQ(painter.mismatches(image), 0);
-    // The same picture as Qt's own (slower) grab.
-    EXPECT_EQ(image.convertToFormat(QImage::Format_RGB32),
-              screen->grabWindow(0).toImage().convertToFormat(QImage::Format_RGB32));
 }
 
-TEST(XShmScreenGrabber, AHeldImageKeepsItsPixelsWhileLaterGrabsGetTheirOwn)
+TEST(XShmScreenGrabber, HeldImagesKeepTheirPixelsAndMayOutliveTheGrabber)
 {
     RootPainter painter;
     QScreen *screen = QGuiApplication::primaryScreen();
-    XShmScreenGrabber grabber;
+    auto grabber = std::make_unique<XShmScreenGrabber>();
 
     painter.paint(1);
-    QImage first = grabber.grabScreen(screen);
+    QImage first = grabber->grabScreen(screen);
     painter.paint(2);
-    QImage second = grabber.grabScreen(screen);
-    EXPECT_EQ(grabber.segmentCount(), 2);
+    QImage second = grabber->grabScreen(screen);
+    EXPECT_EQ(grabber->segmentCount(), 2);
     painter.paint(1);
     EXPECT_EQ(painter.mismatches(first), 0);
     painter.paint(2);
@@ -110,25 +107,17 @@ TEST(XShmScreenGrabber, AHeldImageKeepsItsPixelsWhileLaterGrabsGetTheirOwn)
     // Once released, segments are reused rather than piling up.
     first = QImage();
     second = QImage();
+    QImage again;
     for (int seed = 3; seed < 6; ++seed) {
         painter.paint(seed);
-        const QImage again = grabber.grabScreen(screen);
+        again = grabber->grabScreen(screen);
         EXPECT_EQ(painter.mismatches(again), 0) << seed;
-        EXPECT_LE(grabber.segmentCount(), 2) << seed;
+        EXPECT_LE(grabber->segmentCount(), 2) << seed;
     }
-}
 
-TEST(XShmScreenGrabber, ImagesMayOutliveTheGrabber)
-{
-    RootPainter painter;
-    painter.paint(7);
-    QImage image;
-    {
-        XShmScreenGrabber grabber;
-        image = grabber.grabScreen(QGuiApplication::primaryScreen());
-    }
-    EXPECT_EQ(painter.mismatches(image), 0);
-    image = QImage();   // frees the orphaned segment
+    grabber.reset();
+    EXPECT_EQ(painter.mismatches(again), 0);
+    again = QImage();   // frees the orphaned segment
 }
 
 } // namespace

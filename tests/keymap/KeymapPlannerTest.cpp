@@ -13,17 +13,19 @@ constexpr quint8 kShiftMask = 0x01, kLockMask = 0x02, kControlMask = 0x04, kMod4
 constexpr int kLock = 1, kControl = 2, kMod4 = 6;
 constexpr quint8 kOneLevel = 0, kAlphabetic = 2, kCtrlAlt = 12;
 
-KeyEntry oneLevel(quint32 keysym, quint8 modifiers = 0, quint64 action = 0)
+// One group of keysyms.size() levels.
+KeyEntry key(quint8 type, std::vector<quint32> keysyms, quint8 modifiers = 0, std::vector<quint64> actions = {},
+             quint8 explicitComponents = 0)
 {
-    KeyEntry key;
-    key.types = {kOneLevel, 0, 0, 0};
-    key.groupInfo = 1;
-    key.width = 1;
-    key.keysyms = {keysym};
-    if (action)
-        key.actions = {action};
-    key.modifiers = modifiers;
-    return key;
+    KeyEntry entry;
+    entry.types = {type, 0, 0, 0};
+    entry.groupInfo = 1;
+    entry.width = quint8(keysyms.size());
+    entry.keysyms = std::move(keysyms);
+    entry.actions = std::move(actions);
+    entry.modifiers = modifiers;
+    entry.explicitComponents = explicitComponents;
+    return entry;
 }
 
 // A small keymap shaped like a real server's: Super_L also sits on a second key (14, at
@@ -34,35 +36,16 @@ KeymapSnapshot sampleKeymap()
     map.minKeycode = 8;
     map.maxKeycode = 16;
     map.keys = {
-        oneLevel(kControlL, kControlMask, 0x0405),   // 8
-        oneLevel(kSuperL, kMod4Mask, 0x4005),        // 9
-        oneLevel(kControlR, kControlMask, 0x0405),   // 10
-        oneLevel(kSuperR, kMod4Mask, 0x4005),        // 11
-        oneLevel(kCapsLock, kLockMask, 0x0203),      // 12
-        oneLevel(kEscape),                           // 13
-        {},                                          // 14, filled below
-        {},                                          // 15
-        {},                                          // 16
+        key(kOneLevel, {kControlL}, kControlMask, {0x0405}),   // 8
+        key(kOneLevel, {kSuperL}, kMod4Mask, {0x4005}),        // 9
+        key(kOneLevel, {kControlR}, kControlMask, {0x0405}),   // 10
+        key(kOneLevel, {kSuperR}, kMod4Mask, {0x4005}),        // 11
+        key(kOneLevel, {kCapsLock}, kLockMask, {0x0203}),      // 12
+        key(kOneLevel, {kEscape}),                             // 13
+        key(1, {0, kSuperL}, kMod4Mask),                       // 14
+        key(kAlphabetic, {kLowerA, kUpperA}, 0, {}, 1),        // 15
+        key(kCtrlAlt, {kF1, kF1, kF1, kF1, 0x1008fe01}, 0, {0, 0, 0, 0, 0x1050d}, 1),   // 16
     };
-    KeyEntry &secondSuper = map.key(14);
-    secondSuper.types = {1, 0, 0, 0};
-    secondSuper.groupInfo = 1;
-    secondSuper.width = 2;
-    secondSuper.keysyms = {0, kSuperL};
-    secondSuper.modifiers = kMod4Mask;
-    KeyEntry &letter = map.key(15);
-    letter.types = {kAlphabetic, 0, 0, 0};
-    letter.groupInfo = 1;
-    letter.width = 2;
-    letter.keysyms = {kLowerA, kUpperA};
-    letter.explicitComponents = 1;
-    KeyEntry &function = map.key(16);
-    function.types = {kCtrlAlt, 0, 0, 0};
-    function.groupInfo = 1;
-    function.width = 5;
-    function.keysyms = {kF1, kF1, kF1, kF1, 0x1008fe01};
-    function.actions = {0, 0, 0, 0, 0x1050d};
-    function.explicitComponents = 1;
     return map;
 }
 

@@ -55,7 +55,6 @@ TEST(AppPaths, MigratesOnlyWhenTheNewFolderIsMissing)
         {"only legacy: moved", true, false, true, true, legacyFiles, false},
         {"only legacy, move refused: copied", true, false, false, true, legacyFiles, true},
         {"both: never merged", true, true, true, false, currentFiles, true},
-        {"only new: left alone", false, true, true, false, currentFiles, false},
         {"neither: created empty", false, false, true, false, {}, false},
     };
     for (const Case &c : cases) {
