@@ -6,6 +6,8 @@
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdlib>
 #include <memory>
 #include <vector>
 
@@ -94,6 +96,29 @@ protected:
         return pid.empty() ? std::nullopt : std::optional<qint64>(pid.front());
     }
 
+    // Every listed window of these pids is mapped. The window manager decides whether to
+    // focus a new window when it maps it, so once all are viewable no late focus change
+    // can follow.
+    bool viewable(std::initializer_list<qint64> pids)
+    {
+        XcbProperties &properties = display.properties();
+        int seen = 0;
+        for (const xcb_window_t window : properties.cardinals(
+                 display.root(), properties.atom("_NET_CLIENT_LIST"), XCB_ATOM_WINDOW)) {
+            const auto pid = properties.cardinals(window, properties.atom("_NET_WM_PID"), XCB_ATOM_CARDINAL);
+            if (pid.empty() || std::find(pids.begin(), pids.end(), qint64(pid.front())) == pids.end())
+                continue;
+            auto *attributes = xcb_get_window_attributes_reply(
+                display.connection(), xcb_get_window_attributes(display.connection(), window), nullptr);
+            const bool mapped = attributes && attributes->map_state == XCB_MAP_STATE_VIEWABLE;
+            std::free(attributes);
+            if (!mapped)
+                return false;
+            ++seen;
+        }
+        return seen == int(pids.size());
+    }
+
     std::optional<qint64> topmostPid()
     {
         XcbProperties &properties = display.properties();
@@ -154,6 +179,7 @@ TEST_F(X11ApplicationRegistryTest, ActivationBringsTheApplicationToFront)
     const qint64 beta = openWindow(QStringLiteral("Beta"));
     ASSERT_TRUE(display.waitUntil([&] { return listed({alpha, beta}); }, 15000))
         << describeApplications().toStdString();
+    ASSERT_TRUE(display.waitUntil([&] { return viewable({alpha, beta}); }));
 
     for (const qint64 pid : {alpha, beta, alpha}) {
         SCOPED_TRACE(pid);
