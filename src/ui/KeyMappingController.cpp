@@ -79,9 +79,7 @@ void KeyMappingController::buildWindow()
 
     auto *defaults = new RoundedPanel(Qt::white, 12, w);
     defaults->setGeometry(20, 100, 680, 112);
-    QFont overline = Theme::font(9, QFont::DemiBold);
-    overline.setLetterSpacing(QFont::AbsoluteSpacing, 1.2);
-    Widgets::label(defaults, QStringLiteral("MAPPING MẶC ĐỊNH"), overline, Theme::secondaryText(), 20, 16);
+    Widgets::label(defaults, QStringLiteral("MAPPING MẶC ĐỊNH"), Theme::overlineFont(9), Theme::secondaryText(), 20, 16);
     Widgets::label(defaults, QStringLiteral("⌘  Command  ⇄  Control"), Theme::font(19, QFont::DemiBold),
                    Theme::primaryText(), 20, 36);
     m_permissionStatus = Widgets::label(defaults, QString(), Theme::monospaceFont(11, QFont::Bold),

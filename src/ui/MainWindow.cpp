@@ -49,9 +49,7 @@ void MainWindow::buildStudioPanel()
     auto *panel = new RoundedPanel(Qt::white, 16, this);
     panel->setGeometry(32, 96, 1016, 252);
 
-    QFont overline = Theme::font(10, QFont::DemiBold);
-    overline.setLetterSpacing(QFont::AbsoluteSpacing, 1.6);
-    Widgets::label(panel, QStringLiteral("CAPTURE STUDIO"), overline, Theme::secondaryText(), 28, 24);
+    Widgets::label(panel, QStringLiteral("CAPTURE STUDIO"), Theme::overlineFont(10), Theme::secondaryText(), 28, 24);
     Widgets::label(panel, QStringLiteral("Bạn muốn ghi lại điều gì?"), Theme::font(26, QFont::Bold),
                    Theme::primaryText(), 27, 44);
     Widgets::label(panel,

@@ -20,4 +20,11 @@ QFont monospaceFont(double pointSize, QFont::Weight weight)
     return f;
 }
 
+QFont overlineFont(double pointSize)
+{
+    QFont f = font(pointSize, QFont::DemiBold);
+    f.setLetterSpacing(QFont::AbsoluteSpacing, pointSize * 0.15);
+    return f;
+}
+
 } // namespace Theme

@@ -22,5 +22,7 @@ inline QColor primaryText() { return whiteLevel(0.09); }
 
 QFont font(double pointSize, QFont::Weight weight = QFont::Normal);
 QFont monospaceFont(double pointSize, QFont::Weight weight = QFont::Normal);
+// Small capitals-style section label above a heading.
+QFont overlineFont(double pointSize);
 
 } // namespace Theme
