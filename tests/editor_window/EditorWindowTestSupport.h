@@ -1,5 +1,6 @@
 #pragma once
 
+#include "../editor/EditorTestImages.h"
 #include "editor/EditorFileChooser.h"
 
 #include <QApplication>
@@ -14,12 +15,7 @@
 
 namespace EditorWindowTestSupport {
 
-inline QImage solid(int width, int height, const QColor &color)
-{
-    QImage image(width, height, QImage::Format_ARGB32_Premultiplied);
-    image.fill(color);
-    return image;
-}
+using namespace EditorTestImages;
 
 // The smallest rectangle holding every pixel for which `ink` is true; empty when none.
 inline QRect inkBounds(const QImage &image, const std::function<bool(QRgb)> &ink)
@@ -38,27 +34,6 @@ inline QRect inkBounds(const QImage &image, const std::function<bool(QRgb)> &ink
 inline bool isReddish(QRgb pixel)
 {
     return qRed(pixel) > 180 && qGreen(pixel) < 150 && qBlue(pixel) < 150;
-}
-
-inline bool notWhite(QRgb pixel)
-{
-    return qRed(pixel) < 235 || qGreen(pixel) < 235 || qBlue(pixel) < 235;
-}
-
-inline int differingPixels(const QImage &a, const QImage &b)
-{
-    if (a.size() != b.size())
-        return -1;
-    const QImage x = a.convertToFormat(QImage::Format_ARGB32);
-    const QImage y = b.convertToFormat(QImage::Format_ARGB32);
-    int count = 0;
-    for (int row = 0; row < x.height(); ++row) {
-        const auto *p = reinterpret_cast<const QRgb *>(x.constScanLine(row));
-        const auto *q = reinterpret_cast<const QRgb *>(y.constScanLine(row));
-        for (int col = 0; col < x.width(); ++col)
-            count += p[col] != q[col];
-    }
-    return count;
 }
 
 // A mouse event at a global position, with modifiers held (Qt Test's move helper takes

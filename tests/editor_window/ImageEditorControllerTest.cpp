@@ -249,9 +249,6 @@ TEST_F(EditorControllerTest, ControlVInsertsTheClipboardImageControlCSaves)
     EXPECT_EQ(model().tool(), EditTool::insertImage);
     EXPECT_TRUE(editor->toolBar().toolButton(EditTool::insertImage)->isChecked());
 
-    // With Shift it is not a key equivalent.
-    QTest::keyClick(&editor->canvas(), Qt::Key_C, Qt::ControlModifier | Qt::ShiftModifier);
-    EXPECT_TRUE(results.empty());
     QTest::keyClick(&editor->canvas(), Qt::Key_C, Qt::ControlModifier);
     ASSERT_EQ(results.size(), 1u);
     ASSERT_TRUE(results[0].has_value());
@@ -356,10 +353,6 @@ TEST_F(EditorControllerTest, ImageOperationsApplyTheOverlaysFirst)
     EXPECT_FALSE(inkBounds(editor->canvas().image(), [](QRgb p) {
                      return qRed(p) < 60 && qGreen(p) > 150 && qBlue(p) > 150;
                  }).isEmpty());
-
-    editor->undo();
-    editor->undo();
-    EXPECT_EQ(differingPixels(editor->canvas().image(), solid(200, 100, Qt::white)), 0);
     editor->resizeDouble();
     EXPECT_EQ(editor->canvas().image().size(), QSize(400, 200));
     // The status bar keeps the size the image had when the editor opened.
@@ -393,10 +386,6 @@ TEST_F(EditorControllerTest, EveryButtonShowsAnIconOrATitleAndSaysWhatItDoes)
         EXPECT_TRUE(quickStyle || !button->icon().isNull() || !button->text().isEmpty()) << button->toolTip().toStdString();
         EXPECT_FALSE(button->toolTip().isEmpty());
     }
-    EXPECT_EQ(editor->toolBar().height(), 42);
-    EXPECT_EQ(editor->statusBar().height(), 32);
-    EXPECT_EQ(editor->toolBar().toolButton(EditTool::pen)->size(), QSize(28, 28));
-    EXPECT_EQ(editor->toolBar().toolButton(EditTool::blur)->toolTip(), QStringLiteral("Làm mờ mềm"));
     EXPECT_EQ(editor->window()->windowTitle(), QStringLiteral("Chỉnh sửa ảnh — Vistrel"));
 }
 

@@ -57,13 +57,17 @@ struct Fixture {
 
 } // namespace
 
-TEST(AppDelegate, LaunchAppliesWindowsModeAndMovesHotKeysToControl)
+TEST(AppDelegate, LaunchAppliesWindowsModeMovesHotKeysToControlAndReopenShowsTheWindow)
 {
     Fixture f;
     f.launch();
     ASSERT_EQ(f.processes->runCount(), 1);
     EXPECT_TRUE(f.lastProperty().contains("30064771296"));
     EXPECT_EQ(f.delegate->remapper().hotKeyModifiers(), HotKeyModifier::control);
+    EXPECT_TRUE(f.delegate->mainWindow()->isWindowVisible());
+
+    f.delegate->mainWindow()->hideWindow();
+    f.delegate->applicationShouldHandleReopen();
     EXPECT_TRUE(f.delegate->mainWindow()->isWindowVisible());
 }
 
@@ -110,13 +114,4 @@ TEST(AppDelegate, QuitRemovesTheMappingFirst)
     const auto runs = f.processes->runCount();
     f.delegate->terminate();
     EXPECT_EQ(f.processes->runCount(), runs);
-}
-
-TEST(AppDelegate, ReopenShowsTheHiddenWindow)
-{
-    Fixture f;
-    f.launch();
-    f.delegate->mainWindow()->hideWindow();
-    f.delegate->applicationShouldHandleReopen();
-    EXPECT_TRUE(f.delegate->mainWindow()->isWindowVisible());
 }

