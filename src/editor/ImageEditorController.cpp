@@ -15,13 +15,13 @@
 #include "editor/EditorWindowGeometry.h"
 #include "editor/ImageEditorWindow.h"
 #include "editor/PastedImage.h"
+#include "storage/AtomicFile.h"
 
 #include <QClipboard>
 #include <QComboBox>
 #include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QImageReader>
-#include <QSaveFile>
 #include <QScreen>
 #include <QScrollArea>
 #include <QShortcut>
@@ -384,57 +384,48 @@ void ImageEditorController::exportPNG()
     if (!png)
         return;
     // A failed write is not reported; nothing half-written is left behind.
-    QSaveFile file(path);
-    if (file.open(QIODevice::WriteOnly) && file.write(*png) == png->size())
-        file.commit();
+    AtomicFile::write(path, *png);
 }
 
+// The model's filters and resizes commit open overlays first themselves.
 void ImageEditorController::grayscale()
 {
-    canvas_->commitActiveOverlays();
     canvas_->model().grayscale();
 }
 
 void ImageEditorController::brighten()
 {
-    canvas_->commitActiveOverlays();
     canvas_->model().adjustExposure(0.35);
 }
 
 void ImageEditorController::darken()
 {
-    canvas_->commitActiveOverlays();
     canvas_->model().adjustExposure(-0.35);
 }
 
 void ImageEditorController::sepia()
 {
-    canvas_->commitActiveOverlays();
     canvas_->model().sepia();
 }
 
 void ImageEditorController::invert()
 {
-    canvas_->commitActiveOverlays();
     canvas_->model().invertColors();
 }
 
 void ImageEditorController::sharpen()
 {
-    canvas_->commitActiveOverlays();
     canvas_->model().sharpen();
 }
 
 void ImageEditorController::resizeHalf()
 {
-    canvas_->commitActiveOverlays();
     canvas_->model().resizeImage(0.5);
     fitCanvasToWindow();
 }
 
 void ImageEditorController::resizeDouble()
 {
-    canvas_->commitActiveOverlays();
     canvas_->model().resizeImage(2.0);
     fitCanvasToWindow();
 }
