@@ -2,8 +2,8 @@
 // (XShm against Qt's grab), cutting the region and encoding the PNG (ours against Qt's
 // writer at its default and its fastest level). Grab cases need an X display.
 
-#include "capture/PngEncoder.h"
-#include "capture/ScreenshotCrop.h"
+#include "capture/library/PngEncoder.h"
+#include "capture/screenshot/ScreenshotCrop.h"
 #include "platform/x11/XShmScreenGrabber.h"
 
 #include <QBuffer>

@@ -4,8 +4,8 @@
 #include "NaiveSnapshotCanvas.h"
 #include "ScreenshotLikeImage.h"
 
-#include "editor/ColorFilters.h"
-#include "editor/EditorCanvasModel.h"
+#include "editor/imaging/ColorFilters.h"
+#include "editor/document/EditorCanvasModel.h"
 
 #include <QGuiApplication>
 #include <QPainter>

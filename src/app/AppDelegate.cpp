@@ -1,9 +1,10 @@
 #include "app/AppDelegate.h"
 
 #include "app/ApplicationSwitcher.h"
+#include "app/CaptureCoordinator.h"
 #include "app/StatusMenu.h"
 #include "app/SystemActions.h"
-#include "capture/CaptureService.h"
+#include "capture/library/CaptureService.h"
 #include "keyboard/MacKeyMappingStore.h"
 #include "platform/Platform.h"
 #include "ui/AppIcon.h"
@@ -34,10 +35,18 @@ void AppDelegate::applicationDidFinishLaunching()
 {
     QApplication::setWindowIcon(AppIcon::icon());
 
-    m_capture = std::make_unique<CaptureService>(m_database, m_paths.documents, *m_platform.screenGrabber,
+    m_capture = std::make_unique<CaptureService>(m_database, *m_platform.clipboard, m_paths.documents,
                                                  m_paths.desktop);
-    m_mainWindow = std::make_unique<MainWindowController>(
-        m_database, *m_capture, m_remapper, MacKeyMappingStore::filePath(m_paths.applicationSupport));
+    m_mainWindow = std::make_unique<MainWindowController>(m_database, *m_capture, m_remapper, *m_platform.screens,
+                                                          MacKeyMappingStore::filePath(m_paths.applicationSupport));
+    m_coordinator = std::make_unique<CaptureCoordinator>(CaptureCoordinator::Services{
+        *m_mainWindow, *m_capture, *m_platform.screenGrabber, *m_platform.screens, *m_platform.clipboard});
+    connect(m_mainWindow.get(), &MainWindowController::screenshotRequested, m_coordinator.get(),
+            &CaptureCoordinator::captureScreenshot);
+    connect(m_mainWindow.get(), &MainWindowController::videoRequested, m_coordinator.get(),
+            &CaptureCoordinator::toggleVideo);
+    connect(m_mainWindow.get(), &MainWindowController::scrollingCaptureRequested, m_coordinator.get(),
+            &CaptureCoordinator::captureScrollingScreenshot);
 
     m_switcher = std::make_unique<ApplicationSwitcher>(*m_platform.applications);
     m_systemActions = std::make_unique<SystemActions>(*m_platform.processes, *m_platform.keys, m_platform.tools);
@@ -51,14 +60,14 @@ void AppDelegate::applicationDidFinishLaunching()
 
     m_statusMenu = std::make_unique<StatusMenu>();
     connect(m_statusMenu.get(), &StatusMenu::openMain, this, &AppDelegate::openMain);
-    connect(m_statusMenu.get(), &StatusMenu::screenshot, this, [this] { m_mainWindow->captureScreenshot(); });
+    connect(m_statusMenu.get(), &StatusMenu::screenshot, this, [this] { m_coordinator->captureScreenshot(); });
     connect(m_statusMenu.get(), &StatusMenu::scrollingScreenshot, this,
-            [this] { m_mainWindow->captureScrollingScreenshot(true); });
+            [this] { m_coordinator->captureScrollingScreenshot(true); });
     connect(m_statusMenu.get(), &StatusMenu::scrollingApplication, this,
-            [this] { m_mainWindow->captureScrollingScreenshot(false); });
+            [this] { m_coordinator->captureScrollingScreenshot(false); });
     connect(m_statusMenu.get(), &StatusMenu::scrollingHelp, this,
             [this] { m_mainWindow->showScrollingCaptureHelp(); });
-    connect(m_statusMenu.get(), &StatusMenu::video, this, [this] { m_mainWindow->toggleVideo(); });
+    connect(m_statusMenu.get(), &StatusMenu::video, this, [this] { m_coordinator->toggleVideo(); });
     connect(m_statusMenu.get(), &StatusMenu::lock, this, [this] { m_systemActions->lockScreen(); });
     connect(m_statusMenu.get(), &StatusMenu::quit, this, &AppDelegate::terminate);
 
@@ -107,13 +116,13 @@ void AppDelegate::route(const BridgeCommand &command)
         m_switcher->switchApplication(command.reverse);
         break;
     case BridgeCommand::Kind::screenshot:
-        m_mainWindow->captureScreenshot();
+        m_coordinator->captureScreenshot();
         break;
     case BridgeCommand::Kind::scrollingScreenshot:
-        m_mainWindow->captureScrollingScreenshot(true);
+        m_coordinator->captureScrollingScreenshot(true);
         break;
     case BridgeCommand::Kind::video:
-        m_mainWindow->toggleVideo();
+        m_coordinator->toggleVideo();
         break;
     case BridgeCommand::Kind::lock:
         m_systemActions->lockScreen();

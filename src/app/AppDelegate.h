@@ -11,6 +11,7 @@
 
 struct Platform;
 class ApplicationSwitcher;
+class CaptureCoordinator;
 class CaptureService;
 class MainWindowController;
 class StatusMenu;
@@ -35,6 +36,7 @@ public:
     void retryTick();
 
     MainWindowController *mainWindow() const { return m_mainWindow.get(); }
+    CaptureCoordinator *capture() const { return m_coordinator.get(); }
     KeyRemapper &remapper() { return m_remapper; }
 
 private:
@@ -46,6 +48,7 @@ private:
     KeyRemapper m_remapper;
     std::unique_ptr<CaptureService> m_capture;
     std::unique_ptr<MainWindowController> m_mainWindow;
+    std::unique_ptr<CaptureCoordinator> m_coordinator;
     std::unique_ptr<StatusMenu> m_statusMenu;
     std::unique_ptr<ApplicationSwitcher> m_switcher;
     std::unique_ptr<SystemActions> m_systemActions;

@@ -1,9 +1,11 @@
 #pragma once
 
 #include "platform/ApplicationRegistry.h"
+#include "platform/ClipboardWriter.h"
 #include "platform/HotKeyService.h"
 #include "platform/KeySynthesizer.h"
 #include "platform/ProcessRunner.h"
+#include "platform/ScreenEnvironment.h"
 #include "platform/ScreenGrabber.h"
 
 #include <QString>
@@ -24,4 +26,6 @@ struct Platform {
     std::unique_ptr<ApplicationRegistry> applications;
     std::unique_ptr<KeySynthesizer> keys;
     std::unique_ptr<ScreenGrabber> screenGrabber;
+    std::unique_ptr<ScreenEnvironment> screens;
+    std::unique_ptr<ClipboardWriter> clipboard;
 };

@@ -1,12 +1,14 @@
 #pragma once
 
+#include "storage/CaptureKind.h"
+
 #include <QDateTime>
 #include <QString>
 
 // One history row.
 struct CaptureItem {
     qint64 id = 0;
-    QString type;        // "screenshot" or "video"
+    CaptureKind kind = CaptureKind::screenshot;
     QString path;
     QDateTime createdAt;
 };

@@ -89,12 +89,12 @@ HistoryDatabase::~HistoryDatabase()
     sqlite3_close(m_db);
 }
 
-bool HistoryDatabase::add(const QString &type, const QString &path, const QDateTime &now)
+bool HistoryDatabase::add(CaptureKind kind, const QString &path, const QDateTime &now)
 {
     Statement insert(m_db, "INSERT INTO captures(type,path,created_at) VALUES(?,?,?)");
     if (!insert.isValid())
         return false;
-    insert.bind(1, type);
+    insert.bind(1, CaptureKinds::text(kind));
     insert.bind(2, path);
     insert.bind(3, formatTimestamp(now));
     return insert.step() == SQLITE_DONE;
@@ -115,7 +115,7 @@ QList<CaptureItem> HistoryDatabase::recent(int limit) const
             continue;
         CaptureItem item;
         item.id = select.int64At(0);
-        item.type = *type;
+        item.kind = CaptureKinds::fromText(*type);
         item.path = *path;
         const std::optional<QString> stamp = select.textAt(3);
         item.createdAt = (stamp ? parseTimestamp(*stamp) : std::nullopt)

@@ -17,7 +17,7 @@ public:
     HistoryDatabase(const HistoryDatabase &) = delete;
     HistoryDatabase &operator=(const HistoryDatabase &) = delete;
 
-    bool add(const QString &type, const QString &path,
+    bool add(CaptureKind kind, const QString &path,
              const QDateTime &now = QDateTime::currentDateTimeUtc());
     QList<CaptureItem> recent(int limit = 100) const;
 

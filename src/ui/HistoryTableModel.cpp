@@ -32,7 +32,7 @@ QVariant HistoryTableModel::data(const QModelIndex &index, int role) const
         return {};
     switch (index.column()) {
     case type:
-        return item.type == QLatin1String("screenshot") ? QStringLiteral("Ảnh") : QStringLiteral("Video");
+        return item.kind == CaptureKind::screenshot ? QStringLiteral("Ảnh") : QStringLiteral("Video");
     case date:
         return item.createdAt.toLocalTime().toString(QStringLiteral("dd/MM/yyyy HH:mm:ss"));
     case file:
@@ -56,7 +56,7 @@ QImage HistoryTableModel::thumbnail(const CaptureItem &item) const
     if (cached != m_thumbnails.constEnd())
         return *cached;
     QImage image;
-    if (item.type == QLatin1String("screenshot")) {
+    if (item.kind == CaptureKind::screenshot) {
         // Decode straight to the tile size: full-size screenshots are large.
         QImageReader reader(item.path);
         const QSize full = reader.size();

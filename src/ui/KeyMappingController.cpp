@@ -1,8 +1,8 @@
 #include "ui/KeyMappingController.h"
 
-#include "capture/ScreenGeometry.h"
 #include "keyboard/KeyRemapper.h"
 #include "keyboard/MacKeyMappingStore.h"
+#include "platform/ScreenEnvironment.h"
 #include "ui/BridgeStateDisplay.h"
 #include "ui/KeyMappingEditor.h"
 #include "ui/RoundedPanel.h"
@@ -10,9 +10,6 @@
 #include "ui/Widgets.h"
 
 #include <QComboBox>
-#include <QCursor>
-#include <QGuiApplication>
-#include <QScreen>
 #include <QLabel>
 #include <QPushButton>
 #include <QWidget>
@@ -30,8 +27,9 @@ QComboBox *popup(QWidget *parent, const QRect &frame)
 
 } // namespace
 
-KeyMappingController::KeyMappingController(KeyRemapper &remapper, QString mappingFile, QObject *parent)
-    : QObject(parent), m_remapper(remapper), m_mappingFile(std::move(mappingFile))
+KeyMappingController::KeyMappingController(KeyRemapper &remapper, const ScreenEnvironment &screens,
+                                           QString mappingFile, QObject *parent)
+    : QObject(parent), m_remapper(remapper), m_screens(screens), m_mappingFile(std::move(mappingFile))
 {
     m_customMappings = MacKeyMappingStore::load(m_mappingFile);
     buildWindow();
@@ -122,11 +120,8 @@ void KeyMappingController::showMappingWindow()
     if (!m_window->isVisible()) {
         if (!m_placed) {
             // Centred once on the screen under the pointer; after that it stays where the user put it.
-            QScreen *screen = QGuiApplication::screenAt(QCursor::pos());
-            if (!screen)
-                screen = QGuiApplication::primaryScreen();
-            if (screen)
-                m_window->move(ScreenGeometry::centredTopLeft(m_window->size(), screen->availableGeometry()));
+            if (const auto topLeft = m_screens.centredTopLeft(m_window->frameGeometry().size()))
+                m_window->move(*topLeft);
             m_placed = true;
         }
         m_window->show();

@@ -12,13 +12,15 @@ class QComboBox;
 class QLabel;
 class QPushButton;
 class QWidget;
+class ScreenEnvironment;
 
 // The key-mapping window: the bridge toggle and its state, and the user's own mappings,
 // saved to key-mappings.json and handed to the remapper after every change.
 class KeyMappingController : public QObject {
     Q_OBJECT
 public:
-    KeyMappingController(KeyRemapper &remapper, QString mappingFile, QObject *parent = nullptr);
+    KeyMappingController(KeyRemapper &remapper, const ScreenEnvironment &screens, QString mappingFile,
+                         QObject *parent = nullptr);
     ~KeyMappingController() override;
 
     QWidget *window() const { return m_window; }
@@ -44,6 +46,7 @@ private:
     void reloadCustomMappingsPopup();
 
     KeyRemapper &m_remapper;
+    const ScreenEnvironment &m_screens;
     QString m_mappingFile;
     QList<MacCustomKeyMapping> m_customMappings;
     QPointer<QWidget> m_window;

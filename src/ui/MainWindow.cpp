@@ -41,6 +41,7 @@ void MainWindow::buildHeader()
 
     m_mappingButton = Widgets::button(this, QStringLiteral("⌨  Ánh xạ phím"), Widgets::ButtonStyle::plain,
                                       QRect(880, 28, 168, 42), Theme::font(12, QFont::DemiBold));
+    m_mappingButton->setObjectName(QStringLiteral("mappingButton"));
     connect(m_mappingButton, &QPushButton::clicked, this, &MainWindow::mappingRequested);
 }
 
@@ -57,17 +58,18 @@ void MainWindow::buildStudioPanel()
                    Theme::font(11), Theme::secondaryText(), 28, 88);
 
     struct Action {
+        const char *name;
         const char *title;
         Widgets::ButtonStyle style;
         int width;
         void (MainWindow::*signal)();
     };
     const Action actions[] = {
-        {"▣   Chụp vùng\n     Command + 4", Widgets::ButtonStyle::primary, 224, &MainWindow::screenshotRequested},
-        {"●   Quay MP4 + âm thanh\n     Command + 5", Widgets::ButtonStyle::secondary, 224, &MainWindow::videoRequested},
-        {"↧   Chụp cuộn\n     Website / App", Widgets::ButtonStyle::secondary, 224, &MainWindow::scrollingRequested},
-        {"▤  Thư mục", Widgets::ButtonStyle::secondary, 120, &MainWindow::folderRequested},
-        {"—  Ẩn app", Widgets::ButtonStyle::secondary, 120, &MainWindow::hideRequested},
+        {"screenshotButton", "▣   Chụp vùng\n     Command + 4", Widgets::ButtonStyle::primary, 224, &MainWindow::screenshotRequested},
+        {"videoButton", "●   Quay MP4 + âm thanh\n     Command + 5", Widgets::ButtonStyle::secondary, 224, &MainWindow::videoRequested},
+        {"scrollingButton", "↧   Chụp cuộn\n     Website / App", Widgets::ButtonStyle::secondary, 224, &MainWindow::scrollingRequested},
+        {"folderButton", "▤  Thư mục", Widgets::ButtonStyle::secondary, 120, &MainWindow::folderRequested},
+        {"hideButton", "—  Ẩn app", Widgets::ButtonStyle::secondary, 120, &MainWindow::hideRequested},
     };
     int x = 28;
     for (const Action &action : actions) {
@@ -75,6 +77,7 @@ void MainWindow::buildStudioPanel()
         auto *b = new ActionButton(QString::fromUtf8(action.title),
                                    primary ? Theme::lime() : Theme::whiteLevel(0.16),
                                    primary ? Qt::black : Qt::white, panel);
+        b->setObjectName(QString::fromLatin1(action.name));
         b->setGeometry(x, 136, action.width, 84);
         connect(b, &QPushButton::clicked, this, action.signal);
         if (action.signal == &MainWindow::scrollingRequested)

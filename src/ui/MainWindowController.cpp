@@ -1,11 +1,7 @@
 #include "ui/MainWindowController.h"
 
-#include "capture/CaptureHost.h"
-#include "capture/CaptureService.h"
-#include "capture/ScreenGeometry.h"
-#include "capture/ScreenshotFlow.h"
-#include "editor/ImageEditorController.h"
-#include "editor/ImageEditorWindow.h"
+#include "capture/library/CaptureService.h"
+#include "platform/ScreenEnvironment.h"
 #include "storage/HistoryDatabase.h"
 #include "ui/HistoryTableModel.h"
 #include "ui/HistoryTableView.h"
@@ -13,7 +9,6 @@
 #include "ui/MainWindow.h"
 
 #include <QDesktopServices>
-#include <QGuiApplication>
 #include <QDir>
 #include <QHeaderView>
 #include <QMessageBox>
@@ -21,35 +16,10 @@
 #include <QScreen>
 #include <QUrl>
 
-namespace {
-
-// The main window as the capture flows see it.
-class MainWindowCaptureHost : public CaptureHost {
-public:
-    explicit MainWindowCaptureHost(MainWindowController &controller) : m_controller(controller) {}
-    bool isWindowVisible() const override { return m_controller.isWindowVisible(); }
-    void hideWindow() override { m_controller.hideWindow(); }
-    void showWindowCentredOn(QScreen *screen) override
-    {
-        m_controller.centerOn(screen);
-        m_controller.showWindow();
-    }
-    QString status() const override { return m_controller.status(); }
-    void setStatus(const QString &text) override { m_controller.setStatus(text); }
-    void openEditor(const QImage &image, QScreen *screen, const QString &savedPath) override
-    {
-        m_controller.openEditor(image, screen, savedPath);
-    }
-
-private:
-    MainWindowController &m_controller;
-};
-
-} // namespace
-
 MainWindowController::MainWindowController(HistoryDatabase &database, CaptureService &capture,
-                                           KeyRemapper &remapper, QString mappingFile, QObject *parent)
-    : QObject(parent), m_database(database), m_capture(capture)
+                                           KeyRemapper &remapper, const ScreenEnvironment &screens,
+                                           QString mappingFile, QObject *parent)
+    : QObject(parent), m_database(database), m_capture(capture), m_screens(screens)
 {
     m_window = std::make_unique<MainWindow>();
     m_model = new HistoryTableModel(this);
@@ -60,14 +30,14 @@ MainWindowController::MainWindowController(HistoryDatabase &database, CaptureSer
         table->horizontalHeader()->resizeSection(c, widths[c]);
 
     connect(m_window.get(), &MainWindow::mappingRequested, this, &MainWindowController::showMappingWindow);
-    connect(m_window.get(), &MainWindow::screenshotRequested, this, &MainWindowController::captureScreenshot);
-    connect(m_window.get(), &MainWindow::videoRequested, this, &MainWindowController::toggleVideo);
+    connect(m_window.get(), &MainWindow::screenshotRequested, this, &MainWindowController::screenshotRequested);
+    connect(m_window.get(), &MainWindow::videoRequested, this, &MainWindowController::videoRequested);
     connect(m_window.get(), &MainWindow::scrollingRequested, this, &MainWindowController::chooseScrolling);
     connect(m_window.get(), &MainWindow::folderRequested, this, &MainWindowController::openFolder);
     connect(m_window.get(), &MainWindow::hideRequested, this, &MainWindowController::hideWindow);
 
     // Loads the user's mappings, hands them to the remapper and starts painting its state.
-    m_keyMapping = std::make_unique<KeyMappingController>(remapper, std::move(mappingFile));
+    m_keyMapping = std::make_unique<KeyMappingController>(remapper, screens, std::move(mappingFile));
 
     QPointer<MainWindowController> self(this);
     m_capture.onStatus = [self](const QString &text) {
@@ -79,16 +49,11 @@ MainWindowController::MainWindowController(HistoryDatabase &database, CaptureSer
             self->reloadHistory();
     };
     m_capture.onVideoFinished = [self](QScreen *screen) {
-        if (!self)
-            return;
-        if (screen)
-            self->centerOn(screen);
-        self->showWindow();
+        if (self)
+            self->showWindowCentredOn(screen);
     };
-    m_captureHost = std::make_unique<MainWindowCaptureHost>(*this);
-    m_screenshotFlow = std::make_unique<ScreenshotFlow>(*m_captureHost, m_capture);
     reloadHistory();
-    centerOn(QGuiApplication::primaryScreen());
+    centerOn(m_screens.primaryScreen());
 }
 
 MainWindowController::~MainWindowController()
@@ -120,10 +85,16 @@ bool MainWindowController::isWindowVisible() const
     return m_window->isVisible();
 }
 
+void MainWindowController::showWindowCentredOn(QScreen *screen)
+{
+    centerOn(screen);
+    showWindow();
+}
+
 void MainWindowController::centerOn(QScreen *screen)
 {
     if (screen)
-        m_window->move(ScreenGeometry::centredTopLeft(m_window->frameGeometry().size(), screen->availableGeometry()));
+        m_window->move(*m_screens.centredTopLeft(m_window->frameGeometry().size(), screen));
 }
 
 void MainWindowController::setStatus(const QString &text)
@@ -141,41 +112,9 @@ void MainWindowController::reloadHistory()
     m_model->setItems(m_database.recent());
 }
 
-void MainWindowController::captureScreenshot()
-{
-    // capture flow
-    m_screenshotFlow->captureScreenshot();
-}
-
-void MainWindowController::openEditor(const QImage &image, QScreen *screen, const QString &savedPath)
-{
-    QPointer<MainWindowController> self(this);
-    // A later capture replaces this editor; the earlier window then goes unsaved.
-    m_editor = std::make_unique<ImageEditorController>(image, screen, [self, savedPath](std::optional<QImage> edited) {
-        if (!self)
-            return;
-        self->m_screenshotFlow->editingFinished(edited.value_or(QImage()), savedPath);
-        self->m_editor.reset();
-    });
-    QWidget *editorWindow = m_editor->window();
-    editorWindow->show();
-    editorWindow->raise();
-    editorWindow->activateWindow();
-}
-
-void MainWindowController::captureScrollingScreenshot(bool)
-{
-    // Scrolling capture is not built yet; the entry point exists so commands route here.
-}
-
-void MainWindowController::toggleVideo()
-{
-    // Screen recording is not built yet; the entry point exists so commands route here.
-}
-
 void MainWindowController::chooseScrolling()
 {
-    // Asks website or application once scrolling capture exists; a no-op until then.
+    // Will ask "website or application" and emit scrollingCaptureRequested.
 }
 
 void MainWindowController::showScrollingCaptureHelp()

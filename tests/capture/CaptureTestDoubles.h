@@ -1,50 +1,19 @@
 #pragma once
 
-#include "capture/CaptureService.h"
-#include "capture/ClipboardWriter.h"
-#include "capture/ScreenEnvironment.h"
+#include "capture/library/CaptureHost.h"
+#include "capture/library/CaptureService.h"
+#include "capture/library/EditorLauncher.h"
+#include "capture/screenshot/ScreenshotFlow.h"
+#include "capture/selector/RegionSelectorSlot.h"
+#include "platform/fake/FakeClipboard.h"
+#include "platform/fake/FakeScreenEnvironment.h"
 #include "platform/fake/FakeScreenGrabber.h"
 #include "storage/HistoryDatabase.h"
 
 #include <QDir>
-#include <QGuiApplication>
-#include <QList>
-#include <QMimeData>
 #include <QScreen>
 #include <QTemporaryDir>
-#include <memory>
 #include <vector>
-
-// Keeps what was copied instead of touching the system clipboard.
-class RecordingClipboard : public ClipboardWriter {
-public:
-    explicit RecordingClipboard(std::vector<std::unique_ptr<QMimeData>> &entries) : m_entries(entries) {}
-    bool write(std::unique_ptr<QMimeData> data) override
-    {
-        m_entries.push_back(std::move(data));
-        return true;
-    }
-
-private:
-    std::vector<std::unique_ptr<QMimeData>> &m_entries;
-};
-
-// Qt's screens, with a pointer placed by the test or no screens at all.
-class StagedScreens : public ScreenEnvironment {
-public:
-    bool noScreens = false;
-    QPoint pointer;
-
-    QList<QScreen *> screens() const override
-    {
-        return noScreens ? QList<QScreen *>{} : QGuiApplication::screens();
-    }
-    QScreen *primaryScreen() const override
-    {
-        return noScreens ? nullptr : QGuiApplication::primaryScreen();
-    }
-    QPoint cursorPosition() const override { return pointer; }
-};
 
 // Each pixel carries its own coordinates, so a wrong offset or size shows at once.
 inline QImage coordinateImage(QSize size)
@@ -63,10 +32,6 @@ inline QImage coordinateImage(QSize size)
 struct CaptureRig {
     CaptureRig()
     {
-        service.setClipboardWriter(std::make_unique<RecordingClipboard>(clipboard));
-        auto staged = std::make_unique<StagedScreens>();
-        screens = staged.get();
-        service.setScreenEnvironment(std::move(staged));
         service.onStatus = [this](const QString &text) { statuses.append(text); };
         service.onHistoryChanged = [this] { ++historyChanges; };
     }
@@ -76,10 +41,50 @@ struct CaptureRig {
 
     QTemporaryDir root;
     FakeScreenGrabber grabber;
+    FakeScreenEnvironment screens;
+    FakeClipboard clipboard;
     HistoryDatabase database{root.path()};
-    CaptureService service{database, root.path(), grabber, desktop()};
-    StagedScreens *screens = nullptr;
-    std::vector<std::unique_ptr<QMimeData>> clipboard;
+    CaptureService service{database, clipboard, root.path(), desktop()};
     QStringList statuses;
     int historyChanges = 0;
+};
+
+// The main window, as far as a capture flow sees it.
+class FakeHost : public CaptureHost {
+public:
+    bool visible = true;
+    int shows = 0;
+    QScreen *centredOn = nullptr;
+
+    bool isWindowVisible() const override { return visible; }
+    void hideWindow() override { visible = false; }
+    void showWindowCentredOn(QScreen *screen) override { visible = true; ++shows; centredOn = screen; }
+};
+
+// Keeps each editor a flow opens, with the completion that answers it.
+class FakeEditorLauncher : public EditorLauncher {
+public:
+    struct Opened { QImage image; QScreen *screen; Completion completion; };
+    std::vector<Opened> opened;
+
+    void openEditor(const QImage &image, QScreen *screen, Completion completion) override
+    {
+        opened.push_back({image, screen, std::move(completion)});
+    }
+};
+
+// The screenshot flow over a capture rig, with the last status it reported.
+struct ScreenshotRig : CaptureRig {
+    ScreenshotRig()
+    {
+        service.onStatus = [this](const QString &text) {
+            statuses.append(text);
+            status = text;
+        };
+    }
+    QString status = QStringLiteral("Sẵn sàng");
+    FakeHost host;
+    FakeEditorLauncher editors;
+    RegionSelectorSlot selector{screens};
+    ScreenshotFlow flow{{host, service, selector, grabber, screens, editors}};
 };

@@ -1,8 +1,8 @@
-#include "CaptureTestDoubles.h"
-#include "SelectorDriving.h"
+#include "capture/CaptureTestDoubles.h"
+#include "capture/selector/SelectorDriving.h"
 
-#include "capture/RegionSelectorController.h"
-#include "capture/RegionSelectorView.h"
+#include "capture/selector/RegionSelectorController.h"
+#include "capture/selector/RegionSelectorView.h"
 
 #include <gtest/gtest.h>
 
@@ -24,7 +24,7 @@ protected:
 
 TEST_F(MultiScreen, PicksTheScreenUnderThePointer)
 {
-    StagedScreens env;
+    FakeScreenEnvironment env;
     const struct {
         QPoint pointer;
         QScreen *expected;
@@ -43,7 +43,7 @@ TEST_F(MultiScreen, PicksTheScreenUnderThePointer)
 // screen's density, widening fractional pixel edges outwards.
 TEST_F(MultiScreen, CutsAtTheDensityOfTheScreenUnderThePointer)
 {
-    CaptureRig rig;
+    ScreenshotRig rig;
     const struct {
         const char *name;
         QScreen *screen;
@@ -55,16 +55,16 @@ TEST_F(MultiScreen, CutsAtTheDensityOfTheScreenUnderThePointer)
         {"scale 1.5 dragged past the edge", screens[1], {600, 400}, {900, 900}, QRect(900, 600, 60, 120)},
     };
     for (const auto &c : cases) {
-        rig.screens->pointer = c.screen->geometry().center();
+        rig.screens.pointer = c.screen->geometry().center();
         rig.grabber.image = coordinateImage(c.screen->geometry().size() * c.screen->devicePixelRatio());
         QImage result;
         QScreen *resultScreen = nullptr;
-        rig.service.takeScreenshot([&](const QImage &image, QScreen *screen) {
-            result = image;
-            resultScreen = screen;
+        rig.flow.takeScreenshot([&](const ScreenshotOutcome &outcome) {
+            result = outcome.image;
+            resultScreen = outcome.screen;
         });
-        ASSERT_NE(rig.service.regionSelector(), nullptr) << c.name;
-        RegionSelectorView *view = rig.service.regionSelector()->view();
+        ASSERT_NE(rig.selector.current(), nullptr) << c.name;
+        RegionSelectorView *view = rig.selector.current()->view();
         EXPECT_EQ(view->geometry(), c.screen->geometry()) << c.name;
         dragOn(view, c.from, c.to);
         ASSERT_FALSE(result.isNull()) << c.name;

@@ -45,7 +45,7 @@ TEST(HistoryDatabase, CreatesTheExactTableUnderANonAsciiFolder)
         HistoryDatabase db(folder);
         EXPECT_TRUE(db.isOpen());
         EXPECT_TRUE(db.recent().isEmpty());
-        ASSERT_TRUE(db.add("screenshot", path, someTime));
+        ASSERT_TRUE(db.add(CaptureKind::screenshot, path, someTime));
         EXPECT_EQ(db.recent().value(0).path, path);
     }
     ASSERT_TRUE(QFile::exists(folder + "/history.db"));
@@ -65,12 +65,12 @@ TEST(HistoryDatabase, RecentIsNewestIdFirstLimitedAndSurvivesReopen)
     QTemporaryDir dir;
     {
         HistoryDatabase db(dir.path());
-        EXPECT_TRUE(db.add("video", "/r/1.mp4", someTime));
+        EXPECT_TRUE(db.add(CaptureKind::video, "/r/1.mp4", someTime));
     }
     HistoryDatabase db(dir.path());
     // Ever earlier times: only the id may order them.
     for (int i = 2; i <= 150; ++i)
-        ASSERT_TRUE(db.add("screenshot", QString("/d/%1.png").arg(i), someTime.addSecs(-i)));
+        ASSERT_TRUE(db.add(CaptureKind::screenshot, QString("/d/%1.png").arg(i), someTime.addSecs(-i)));
 
     const struct { int limit; int count; } cases[] = {{0, 0}, {1, 1}, {200, 150}};
     for (const auto &c : cases) {
@@ -79,14 +79,14 @@ TEST(HistoryDatabase, RecentIsNewestIdFirstLimitedAndSurvivesReopen)
         ASSERT_EQ(items.size(), c.count);
         for (int i = 0; i < std::min(c.count, 149); ++i) {   // the video row is checked below
             EXPECT_EQ(items[i].id, 150 - i);
-            EXPECT_EQ(items[i].type, "screenshot");
+            EXPECT_EQ(items[i].kind, CaptureKind::screenshot);
             EXPECT_EQ(items[i].path, QString("/d/%1.png").arg(150 - i));
             EXPECT_EQ(items[i].createdAt, someTime.addSecs(-(150 - i)));
         }
     }
     const CaptureItem oldest = db.recent(200).last();
     EXPECT_EQ(oldest.id, 1);
-    EXPECT_EQ(oldest.type, "video");
+    EXPECT_EQ(oldest.kind, CaptureKind::video);
     EXPECT_EQ(oldest.path, "/r/1.mp4");
     EXPECT_EQ(oldest.createdAt, someTime);
     EXPECT_EQ(db.recent().size(), 100);
@@ -101,7 +101,7 @@ TEST(HistoryDatabase, StoresUtcWhateverTheLocalZone)
         QTemporaryDir dir;
         {
             HistoryDatabase db(dir.path());
-            ASSERT_TRUE(db.add("screenshot", "/d/a.png", someTime.toLocalTime()));
+            ASSERT_TRUE(db.add(CaptureKind::screenshot, "/d/a.png", someTime.toLocalTime()));
             EXPECT_EQ(db.recent().value(0).createdAt, someTime);
         }
         RawDb raw(dir.filePath("history.db"));
@@ -123,7 +123,7 @@ TEST(HistoryDatabase, ReadsHandEditedTimestamps)
         SCOPED_TRACE(c.text);
         QTemporaryDir dir;
         HistoryDatabase db(dir.path());
-        ASSERT_TRUE(db.add("screenshot", "/d/a.png", someTime));
+        ASSERT_TRUE(db.add(CaptureKind::screenshot, "/d/a.png", someTime));
         RawDb(dir.filePath("history.db"))
             .exec(QByteArray("UPDATE captures SET created_at='") + c.text + "'");
         const QDateTime before = QDateTime::currentDateTimeUtc().addSecs(-1);
@@ -186,7 +186,7 @@ TEST(HistoryDatabase, CorruptFileIsReadAsEmptyAndLeftUntouched)
         {
             HistoryDatabase db(dir.path());
             EXPECT_TRUE(db.recent().isEmpty());
-            EXPECT_FALSE(db.add("screenshot", "/d/a.png", someTime));
+            EXPECT_FALSE(db.add(CaptureKind::screenshot, "/d/a.png", someTime));
             EXPECT_TRUE(db.recent().isEmpty());
         }
         QFile in(file);

@@ -1,9 +1,11 @@
 #include "app/AppDelegate.h"
 #include "platform/Platform.h"
 #include "platform/fake/FakeApplicationRegistry.h"
+#include "platform/fake/FakeClipboard.h"
 #include "platform/fake/FakeHotKeyService.h"
 #include "platform/fake/FakeKeySynthesizer.h"
 #include "platform/fake/FakeProcessRunner.h"
+#include "platform/fake/FakeScreenEnvironment.h"
 #include "platform/fake/FakeScreenGrabber.h"
 #include "ui/MainWindowController.h"
 
@@ -32,6 +34,8 @@ struct Fixture {
         platform.applications.reset(applications);
         platform.keys = std::make_unique<FakeKeySynthesizer>();
         platform.screenGrabber = std::make_unique<FakeScreenGrabber>();
+        platform.screens = std::make_unique<FakeScreenEnvironment>();
+        platform.clipboard = std::make_unique<FakeClipboard>();
         AppPaths paths{dir.filePath("support"), dir.filePath("documents"), dir.filePath("Desktop")};
         delegate = std::make_unique<AppDelegate>(platform, paths);
     }

@@ -1,6 +1,7 @@
 #include "keyboard/KeyRemapper.h"
 #include "platform/fake/FakeHotKeyService.h"
 #include "platform/fake/FakeProcessRunner.h"
+#include "platform/fake/FakeScreenEnvironment.h"
 #include "ui/KeyMappingController.h"
 
 #include <QComboBox>
@@ -40,13 +41,14 @@ struct Fixture {
     QTemporaryDir dir;
     FakeProcessRunner processes;
     FakeHotKeyService hotKeys;
+    FakeScreenEnvironment screens;
     KeyRemapper remapper{processes, hotKeys, "/opt/vistrel/vistrel-keymap"};
     QString file = dir.filePath("key-mappings.json");
     std::unique_ptr<KeyMappingController> controller;
 
     void open()
     {
-        controller = std::make_unique<KeyMappingController>(remapper, file);
+        controller = std::make_unique<KeyMappingController>(remapper, screens, file);
         QCoreApplication::processEvents();
     }
     void choose(const QString &source, const QString &destination)

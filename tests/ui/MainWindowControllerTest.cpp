@@ -1,8 +1,9 @@
-#include "capture/CaptureService.h"
+#include "capture/library/CaptureService.h"
 #include "keyboard/KeyRemapper.h"
 #include "platform/fake/FakeHotKeyService.h"
+#include "platform/fake/FakeClipboard.h"
 #include "platform/fake/FakeProcessRunner.h"
-#include "platform/fake/FakeScreenGrabber.h"
+#include "platform/fake/FakeScreenEnvironment.h"
 #include "storage/HistoryDatabase.h"
 #include "ui/HistoryTableView.h"
 #include "ui/MainWindow.h"
@@ -19,12 +20,13 @@ namespace {
 struct Fixture {
     QTemporaryDir dir;
     HistoryDatabase database{dir.path()};
-    FakeScreenGrabber grabber;
-    CaptureService capture{database, dir.filePath("Documents"), grabber, dir.filePath("Desktop")};
+    FakeClipboard clipboard;
+    FakeScreenEnvironment screens;
+    CaptureService capture{database, clipboard, dir.filePath("Documents"), dir.filePath("Desktop")};
     FakeProcessRunner processes;
     FakeHotKeyService hotKeys;
     KeyRemapper remapper{processes, hotKeys, "/opt/vistrel/vistrel-keymap"};
-    MainWindowController controller{database, capture, remapper, dir.filePath("key-mappings.json")};
+    MainWindowController controller{database, capture, remapper, screens, dir.filePath("key-mappings.json")};
 };
 
 } // namespace
@@ -38,10 +40,7 @@ TEST(MainWindowController, OneWindowKeepsTheShapeSystemTestsClickThroughHideAndS
     EXPECT_EQ(main->mappingButton()->geometry().center(), QPoint(963, 48));   // (964, 49) as a click point
     f.controller.showWindow();
     EXPECT_TRUE(f.controller.isWindowVisible());
-    QPushButton *hide = nullptr;
-    for (QPushButton *b : main->findChildren<QPushButton *>())
-        if (b->text() == QStringLiteral("—  Ẩn app"))
-            hide = b;
+    auto *hide = main->findChild<QPushButton *>(QStringLiteral("hideButton"));
     ASSERT_TRUE(hide);
     QTest::mouseClick(hide, Qt::LeftButton);
     EXPECT_FALSE(f.controller.isWindowVisible());
@@ -64,13 +63,13 @@ TEST(MainWindowController, HistoryChangesReloadTheNewestRowsFirst)
 {
     Fixture f;
     EXPECT_TRUE(f.controller.items().isEmpty());
-    f.database.add("screenshot", f.dir.filePath("Desktop/Screenshot_1.png"));
-    f.database.add("video", f.dir.filePath("Documents/Recordings/Recording_1.mp4"));
+    f.database.add(CaptureKind::screenshot, f.dir.filePath("Desktop/Screenshot_1.png"));
+    f.database.add(CaptureKind::video, f.dir.filePath("Documents/Recordings/Recording_1.mp4"));
     EXPECT_TRUE(f.controller.items().isEmpty());   // only a change notice reloads
 
     f.capture.onHistoryChanged();
     ASSERT_EQ(f.controller.items().size(), 2);
-    EXPECT_EQ(f.controller.items().first().type, QStringLiteral("video"));
+    EXPECT_EQ(f.controller.items().first().kind, CaptureKind::video);
 
     auto *table = static_cast<MainWindow *>(f.controller.window())->table();
     const QAbstractItemModel *model = table->model();

@@ -1,5 +1,6 @@
 #include "platform/x11/X11Platform.h"
 
+#include "platform/SystemClipboard.h"
 #include "platform/x11/NullPlatformServices.h"
 #include "platform/x11/QtProcessRunner.h"
 #include "platform/x11/X11ApplicationRegistry.h"
@@ -17,6 +18,8 @@ std::unique_ptr<Platform> createX11Platform()
     platform->tools.keymapTool = QCoreApplication::applicationDirPath()
                                  + QStringLiteral("/vistrel-keymap");
     platform->processes = std::make_unique<QtProcessRunner>();
+    platform->screens = std::make_unique<ScreenEnvironment>();
+    platform->clipboard = std::make_unique<SystemClipboard>();
 
     auto *x11 = qGuiApp ? qGuiApp->nativeInterface<QNativeInterface::QX11Application>() : nullptr;
     Display *display = x11 ? x11->display() : nullptr;

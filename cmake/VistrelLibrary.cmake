@@ -1,0 +1,72 @@
+# One static library per source folder. A library names the libraries it builds on, and
+# those must already exist, so the graph has no cycles. At configure time every
+# `#include "folder/..."` in the folder is checked against that list (followed through),
+# so an include that points upwards or sideways stops the build instead of compiling by
+# accident. vistrel_check_layering() runs the check once every library is known.
+
+set_property(GLOBAL PROPERTY VISTREL_LIBRARY_FOLDERS "")
+
+function(_vistrel_library_for_header header out)
+  get_filename_component(folder "${header}" DIRECTORY)
+  get_property(pairs GLOBAL PROPERTY VISTREL_LIBRARY_FOLDERS)
+  set(found "")
+  foreach(pair IN LISTS pairs)
+    string(REPLACE "=" ";" parts "${pair}")
+    list(GET parts 0 known_folder)
+    list(GET parts 1 library)
+    if(folder STREQUAL known_folder)
+      set(found "${library}")
+    endif()
+  endforeach()
+  set(${out} "${found}" PARENT_SCOPE)
+endfunction()
+
+# vistrel_library(<name> [DEPS <vistrel libraries...>] [LIBS <other targets...>] [SOURCES <files...>])
+# Without SOURCES the library is every .h and .cpp in the folder.
+function(vistrel_library name)
+  cmake_parse_arguments(L "" "" "SOURCES;DEPS;LIBS" ${ARGN})
+  if(NOT L_SOURCES)
+    file(GLOB L_SOURCES CONFIGURE_DEPENDS RELATIVE "${CMAKE_CURRENT_SOURCE_DIR}" *.h *.cpp)
+  endif()
+  file(RELATIVE_PATH folder "${CMAKE_SOURCE_DIR}/src" "${CMAKE_CURRENT_SOURCE_DIR}")
+
+  set(closure "")
+  foreach(dep IN LISTS L_DEPS)
+    get_property(known GLOBAL PROPERTY VISTREL_CLOSURE_${dep} SET)
+    if(NOT known)
+      message(FATAL_ERROR "${name}: ${dep} is not a library defined before it")
+    endif()
+    get_property(dep_closure GLOBAL PROPERTY VISTREL_CLOSURE_${dep})
+    list(APPEND closure ${dep} ${dep_closure})
+  endforeach()
+  list(REMOVE_DUPLICATES closure)
+  set_property(GLOBAL PROPERTY VISTREL_CLOSURE_${name} "${closure}")
+  set_property(GLOBAL APPEND PROPERTY VISTREL_LIBRARY_FOLDERS "${folder}=${name}")
+
+  list(TRANSFORM L_SOURCES PREPEND "${CMAKE_CURRENT_SOURCE_DIR}/" OUTPUT_VARIABLE absolute)
+  set_property(GLOBAL PROPERTY VISTREL_SOURCES_${name} "${absolute}")
+  set_property(GLOBAL APPEND PROPERTY VISTREL_LIBRARIES ${name})
+
+  add_library(${name} STATIC ${L_SOURCES})
+  target_include_directories(${name} PUBLIC ${CMAKE_SOURCE_DIR}/src)
+  target_link_libraries(${name} PUBLIC ${L_DEPS} ${L_LIBS})
+endfunction()
+
+function(vistrel_check_layering)
+  get_property(libraries GLOBAL PROPERTY VISTREL_LIBRARIES)
+  foreach(name IN LISTS libraries)
+    get_property(closure GLOBAL PROPERTY VISTREL_CLOSURE_${name})
+    get_property(sources GLOBAL PROPERTY VISTREL_SOURCES_${name})
+    foreach(source IN LISTS sources)
+      file(STRINGS "${source}" includes REGEX "^#include \"[a-z_]+/")
+      foreach(line IN LISTS includes)
+        string(REGEX REPLACE "^#include \"([^\"]+)\".*" "\\1" header "${line}")
+        _vistrel_library_for_header("${header}" owner)
+        if(owner AND NOT owner STREQUAL name AND NOT owner IN_LIST closure)
+          file(RELATIVE_PATH shown "${CMAKE_SOURCE_DIR}" "${source}")
+          message(FATAL_ERROR "${shown} includes ${header}, but ${name} does not build on ${owner}")
+        endif()
+      endforeach()
+    endforeach()
+  endforeach()
+endfunction()

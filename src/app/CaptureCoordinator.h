@@ -1,0 +1,44 @@
+#pragma once
+
+#include "app/EditorWindowLauncher.h"
+#include "capture/screenshot/ScreenshotFlow.h"
+#include "capture/selector/RegionSelectorSlot.h"
+
+#include <QObject>
+
+class CaptureHost;
+class CaptureService;
+class ClipboardWriter;
+class ScreenEnvironment;
+class ScreenGrabber;
+
+// Owns the capture flows, the one region selector they share and the editor they open.
+// Commands from hot keys, the tray menu and the main window's buttons all end here.
+// GUI thread only.
+class CaptureCoordinator : public QObject {
+    Q_OBJECT
+public:
+    struct Services {
+        CaptureHost &host;
+        CaptureService &service;
+        ScreenGrabber &grabber;
+        const ScreenEnvironment &screens;
+        ClipboardWriter &clipboard;
+    };
+
+    explicit CaptureCoordinator(Services services, QObject *parent = nullptr);
+    ~CaptureCoordinator() override;
+
+    void captureScreenshot();
+    // Scrolling capture and recording have their homes here; neither is built yet.
+    void captureScrollingScreenshot(bool automaticWeb);
+    void toggleVideo();
+
+    RegionSelectorController *regionSelector() const { return m_selector.current(); }
+    ImageEditorController *editor() const { return m_editors.editor(); }
+
+private:
+    RegionSelectorSlot m_selector;
+    EditorWindowLauncher m_editors;
+    ScreenshotFlow m_screenshot;
+};

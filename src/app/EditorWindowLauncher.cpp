@@ -1,0 +1,22 @@
+#include "app/EditorWindowLauncher.h"
+
+#include "editor/window/ImageEditorController.h"
+#include "editor/window/ImageEditorWindow.h"
+
+EditorWindowLauncher::EditorWindowLauncher(ClipboardWriter &clipboard) : m_clipboard(clipboard) {}
+
+EditorWindowLauncher::~EditorWindowLauncher() = default;
+
+void EditorWindowLauncher::openEditor(const QImage &image, QScreen *screen, Completion completion)
+{
+    // Only the newest editor can still answer: a replaced one is destroyed unanswered.
+    m_editor = std::make_unique<ImageEditorController>(
+        image, screen, m_clipboard, [this, completion = std::move(completion)](std::optional<QImage> edited) {
+            completion(std::move(edited));
+            m_editor.reset();
+        });
+    QWidget *window = m_editor->window();
+    window->show();
+    window->raise();
+    window->activateWindow();
+}

@@ -1,0 +1,59 @@
+#include "capture/library/CaptureService.h"
+
+#include "capture/library/PngEncoder.h"
+#include "platform/ClipboardWriter.h"
+#include "platform/ImageMimeData.h"
+#include "storage/AtomicFile.h"
+#include "storage/CaptureFileNaming.h"
+#include "storage/HistoryDatabase.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+CaptureService::CaptureService(HistoryDatabase &database, ClipboardWriter &clipboard,
+                               QString rootFolder, QString desktopFolder, QObject *parent)
+    : QObject(parent), m_database(database), m_clipboard(clipboard),
+      m_rootFolder(std::move(rootFolder)), m_desktopFolder(std::move(desktopFolder))
+{
+}
+
+void CaptureService::report(const QString &text)
+{
+    if (onStatus)
+        onStatus(text);
+}
+
+std::optional<QString> CaptureService::saveScreenshot(const QImage &image, const QString &prefix)
+{
+    QDir().mkpath(m_desktopFolder);
+    const QString path = CaptureFileNaming::freePath(m_desktopFolder, prefix, QStringLiteral("png"));
+    const QByteArray png = PngEncoder::encode(image);
+    if (png.isEmpty() || !AtomicFile::write(path, png))
+        return std::nullopt;
+    copyImageToPasteboard(image, png);
+    m_database.add(CaptureKind::screenshot, path);
+    if (onHistoryChanged)
+        onHistoryChanged();
+    report(savedPrefix + QFileInfo(path).fileName());
+    return path;
+}
+
+bool CaptureService::replaceScreenshot(const QImage &image, const QString &path)
+{
+    const QByteArray png = PngEncoder::encode(image);
+    if (png.isEmpty() || !AtomicFile::write(path, png))
+        return false;
+    copyImageToPasteboard(image, png);
+    if (onHistoryChanged)
+        onHistoryChanged();
+    report(replacedPrefix + QFileInfo(path).fileName());
+    return true;
+}
+
+bool CaptureService::copyImageToPasteboard(const QImage &image, const QByteArray &pngData)
+{
+    const QByteArray png = pngData.isEmpty() ? PngEncoder::encode(image) : pngData;
+    if (png.isEmpty())
+        return false;
+    return m_clipboard.write(std::make_unique<ImageMimeData>(image, png));
+}

@@ -1,0 +1,116 @@
+#include "capture/selector/RegionSelectorPainter.h"
+#include "capture/selector/RegionSelectorView.h"
+
+#include <QPainter>
+#include <QTest>
+#include <gtest/gtest.h>
+
+namespace {
+
+const QRgb frozenColour = qRgb(200, 100, 50);
+
+// Source-over of black at alpha/255 on c, as the raster engine does it (±2).
+QRgb darkened(QRgb c, int alpha)
+{
+    const double keep = 1.0 - alpha / 255.0;
+    return qRgb(int(qRed(c) * keep + 0.5), int(qGreen(c) * keep + 0.5), int(qBlue(c) * keep + 0.5));
+}
+
+::testing::AssertionResult near(QRgb actual, QRgb expected)
+{
+    const int d = std::max({std::abs(qRed(actual) - qRed(expected)),
+                            std::abs(qGreen(actual) - qGreen(expected)),
+                            std::abs(qBlue(actual) - qBlue(expected))});
+    if (d <= 2)
+        return ::testing::AssertionSuccess();
+    return ::testing::AssertionFailure()
+           << QColor(actual).name().toStdString() << " is not " << QColor(expected).name().toStdString();
+}
+
+bool hasBrightPixel(const QImage &image, const QRect &area)
+{
+    for (int y = area.top(); y <= area.bottom(); ++y)
+        for (int x = area.left(); x <= area.right(); ++x)
+            if (qGray(image.pixel(x, y)) > 200)
+                return true;
+    return false;
+}
+
+struct Probe {
+    const char *what;
+    QPoint at;
+    QRgb expected;
+};
+
+TEST(RegionSelectorView, DrawsDimmingPromptRubberBandAndSizeLabel)
+{
+    QImage frozen(400, 300, QImage::Format_RGB32);
+    frozen.fill(frozenColour);
+    RegionSelectorView view(QRectF(0, 0, 400, 300), frozen, QStringLiteral("Kéo để chọn"));
+    view.resize(400, 300);
+    const QRgb dimmed = darkened(frozenColour, RegionSelectorPainter::dimming.alpha());
+
+    // Idle: dimmed everywhere but the prompt, centred 45 px below the top.
+    const QRect prompt = RegionSelectorPainter::promptRect(QRectF(view.rect()), view.prompt(), view.font())
+                             .toRect();
+    EXPECT_NEAR(prompt.center().x(), 200, 1);
+    EXPECT_EQ(prompt.top(), 45);
+    QImage idle = view.grab().toImage();
+    for (const Probe &p : {Probe{"far corner", {390, 290}, dimmed},
+                           Probe{"left of the prompt", {prompt.left() - 3, prompt.center().y()}, dimmed},
+                           Probe{"prompt box corner", prompt.topLeft() + QPoint(1, 1),
+                                 darkened(dimmed, RegionSelectorPainter::promptBackground.alpha())}})
+        EXPECT_TRUE(near(idle.pixel(p.at), p.expected)) << p.what;
+    EXPECT_TRUE(hasBrightPixel(idle, prompt)) << "prompt text";
+
+    // Dragging from (100, 150) to (300, 250).
+    QTest::mousePress(&view, Qt::LeftButton, {}, QPoint(100, 150));
+    QTest::mouseMove(&view, QPoint(200, 200));
+    QTest::mouseMove(&view, QPoint(300, 250));
+    ASSERT_TRUE(view.selection().isDragging());
+    EXPECT_EQ(view.selection().rect(), QRectF(100, 150, 200, 100));
+    const QRect label = RegionSelectorPainter::labelRect(QRectF(100, 150, 200, 100), view.font()).toRect();
+    EXPECT_EQ(label.left(), 108);
+    EXPECT_EQ(label.bottom() + 1, 150 - 6);
+    const QImage dragging = view.grab().toImage();
+    const QRgb blue = RegionSelectorPainter::border.rgb();
+    for (const Probe &p : {Probe{"inside, undimmed", {200, 200}, frozenColour},
+                           Probe{"inside near the corner", {103, 153}, frozenColour},
+                           Probe{"left border", {100, 200}, blue},
+                           Probe{"top border", {200, 150}, blue},
+                           Probe{"right border", {300, 200}, blue},
+                           Probe{"bottom border", {200, 250}, blue},
+                           Probe{"outside", {50, 200}, dimmed},
+                           Probe{"where the prompt was", prompt.topLeft() + QPoint(1, 1), dimmed},
+                           Probe{"label box corner", label.topLeft() + QPoint(1, 1),
+                                 darkened(dimmed, RegionSelectorPainter::labelBackground.alpha())},
+                           Probe{"left of the label", {105, label.center().y()}, dimmed}})
+        EXPECT_TRUE(near(dragging.pixel(p.at), p.expected)) << p.what;
+    EXPECT_TRUE(hasBrightPixel(dragging, label)) << "label text";
+    EXPECT_FALSE(hasBrightPixel(dragging, prompt)) << "no prompt while dragging";
+
+    // A release below the threshold returns to the prompt.
+    QTest::mouseRelease(&view, Qt::LeftButton, {}, QPoint(102, 152));
+    EXPECT_FALSE(view.selection().isFinished());
+    EXPECT_TRUE(hasBrightPixel(view.grab().toImage(), prompt));
+}
+
+TEST(RegionSelectorPainter, PunchesThroughToTheLiveScreenWithoutAFrozenImage)
+{
+    QImage canvas(200, 150, QImage::Format_ARGB32_Premultiplied);
+    canvas.fill(Qt::transparent);
+    QPainter painter(&canvas);
+    RegionSelectorPainter::paint(painter, QRectF(canvas.rect()), QImage(), "x",
+                                 QRectF(50, 60, 80, 40), QFont());
+    painter.end();
+    EXPECT_EQ(qAlpha(canvas.pixel(90, 80)), 0);          // live screen shows through
+    EXPECT_EQ(qAlpha(canvas.pixel(10, 140)), 115);       // 45 % black
+    EXPECT_EQ(canvas.pixel(50, 80), RegionSelectorPainter::border.rgb());
+}
+
+TEST(RegionSelectorPainter, LabelsTheSizeInWholePoints)
+{
+    EXPECT_EQ(RegionSelectorPainter::sizeText({1920.9, 240.99}), QString::fromUtf8("1920 × 240"));
+}
+
+} // namespace

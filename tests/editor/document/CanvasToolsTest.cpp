@@ -1,0 +1,352 @@
+#include "editor/document/EditorCanvasModel.h"
+
+#include "editor/EditorTestImages.h"
+
+#include <QSignalSpy>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <functional>
+#include <utility>
+#include <string>
+#include <vector>
+
+using namespace EditorTestImages;
+
+namespace {
+
+struct Drag {
+    QPointF from;
+    QPointF to;
+};
+
+void drag(EditorCanvasModel &canvas, const Drag &d, int steps = 4)
+{
+    canvas.press(d.from);
+    for (int i = 1; i <= steps; ++i)
+        canvas.drag(d.from + (d.to - d.from) * (qreal(i) / steps));
+    canvas.release(d.to);
+}
+
+QColor at(const EditorCanvasModel &canvas, int x, int y)
+{
+    return canvas.image().pixelColor(x, y);
+}
+
+TEST(CanvasTools, ClicksAndThinDragsLeaveNoTrace)
+{
+    struct Case {
+        std::string name;
+        EditTool tool;
+        qreal zoom;
+        Drag drag;
+        bool draws;
+    };
+    const std::vector<Case> cases = {
+        {"rectangle click", EditTool::rectangle, 1, {{50, 50}, {50, 50}}, false},
+        {"rectangle 2 high", EditTool::rectangle, 1, {{20, 50}, {180, 52}}, false},
+        {"rectangle 2 wide", EditTool::rectangle, 1, {{50, 20}, {52, 150}}, false},
+        {"rectangle 3 by 3", EditTool::rectangle, 1, {{50, 50}, {53, 53}}, true},
+        {"rectangle 2 image points at zoom 2", EditTool::rectangle, 2, {{50, 50}, {54, 150}}, false},
+        {"ellipse 2 high", EditTool::ellipse, 1, {{20, 50}, {180, 52}}, false},
+        {"crop 2 wide", EditTool::crop, 1, {{50, 20}, {52, 150}}, false},
+        {"pixelate click", EditTool::pixelate, 1, {{60, 60}, {60, 60}}, false},
+        {"horizontal line of 4", EditTool::line, 1, {{40, 50}, {44, 50}}, true},
+        {"horizontal line of 3", EditTool::line, 1, {{40, 50}, {43, 50}}, false},
+        {"vertical arrow of 30", EditTool::arrow, 1, {{40, 20}, {40, 50}}, true},
+        {"line 3 across 3 up at zoom 0.5", EditTool::line, 0.5, {{20, 23}, {23, 20}}, true},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.name);
+        EditorCanvasModel canvas(solid(200, 160, Qt::white));
+        canvas.setZoom(c.zoom);
+        canvas.setTool(c.tool);
+        canvas.setColor(Qt::black);
+        canvas.setLineWidth(2);
+        drag(canvas, c.drag);
+        EXPECT_EQ(canvas.canUndo(), c.draws);
+        EXPECT_EQ(differingPixels(canvas.image(), solid(200, 160, Qt::white)) > 0 || canvas.imageSize() != QSizeF(200, 160),
+                  c.draws);
+    }
+}
+
+TEST(CanvasTools, FreehandPressRecordsAStepEvenWithoutMovement)
+{
+    for (EditTool tool : {EditTool::pen, EditTool::marker}) {
+        EditorCanvasModel canvas(solid(50, 50, Qt::white));
+        canvas.setTool(tool);
+        canvas.press({10, 10});
+        canvas.release({10, 10});
+        EXPECT_EQ(canvas.undoCount(), 1);
+        EXPECT_EQ(differingPixels(canvas.image(), solid(50, 50, Qt::white)), 0);
+    }
+}
+
+TEST(CanvasTools, StrokeColourAndWidthFollowTheToolNotAlwaysTheOpacity)
+{
+    struct Case {
+        EditTool tool;
+        qreal opacity;
+        int expectedGreen; // red stroke over white: green falls with the stroke's alpha
+        int markedRows;    // across a horizontal stroke of width 4; 0 to skip
+    };
+    // Red (255, 0, 0) at alpha a over white leaves green at 255 × (1 − a). The marker is
+    // four times as wide as the pen.
+    const Case cases[] = {
+        {EditTool::pen, 0.3, 0, 4},          {EditTool::pen, 1.0, 0, 4},
+        {EditTool::marker, 1.0, 179, 16},    {EditTool::marker, 0.3, 179, 16},
+        {EditTool::rectangle, 0.5, 128, 0},  {EditTool::rectangle, 1.0, 0, 0},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(testing::Message() << int(c.tool) << " at opacity " << c.opacity);
+        EditorCanvasModel canvas(solid(200, 100, Qt::white));
+        canvas.setTool(c.tool);
+        canvas.setColor(QColor(255, 0, 0));
+        canvas.setOpacity(c.opacity);
+        canvas.setLineWidth(4);
+        // A rectangle's top edge and a free-hand stroke both cross (100, 30).
+        drag(canvas, {{20, 30}, {180, 30}}, 1);
+        if (c.tool == EditTool::rectangle)
+            drag(canvas, {{20, 30}, {180, 80}}, 1);
+        const QColor pixel = at(canvas, 100, 30);
+        EXPECT_EQ(pixel.red(), 255);
+        EXPECT_NEAR(pixel.green(), c.expectedGreen, 2);
+        EXPECT_EQ(pixel.alpha(), 255);
+        if (c.markedRows > 0) {
+            int marked = 0;
+            for (int y = 0; y < 100; ++y)
+                marked += at(canvas, 100, y) != QColor(Qt::white);
+            EXPECT_NEAR(marked, c.markedRows, 2);
+        }
+    }
+}
+
+TEST(CanvasTools, ArrowHeadOpensThirtyDegreesEitherSide)
+{
+    EditorCanvasModel canvas(solid(200, 100, Qt::white));
+    canvas.setTool(EditTool::arrow);
+    canvas.setColor(Qt::black);
+    canvas.setLineWidth(2); // head length max(8, 12) = 12
+    drag(canvas, {{20, 50}, {150, 50}});
+    // The barbs end at E - 12 (cos 30°, ±sin 30°) = (139.6, 44) and (139.6, 56).
+    EXPECT_LT(at(canvas, 141, 45).lightness(), 128);
+    EXPECT_LT(at(canvas, 141, 55).lightness(), 128);
+    EXPECT_EQ(at(canvas, 141, 40), QColor(Qt::white)); // not a wider head
+    EXPECT_EQ(at(canvas, 130, 44), QColor(Qt::white)); // not a longer head
+    EXPECT_EQ(at(canvas, 155, 50), QColor(Qt::white)); // nothing past the tip
+}
+
+int discWidth(qreal lineWidth)
+{
+    EditorCanvasModel canvas(solid(200, 200, Qt::black));
+    canvas.setTool(EditTool::callout);
+    canvas.setColor(QColor(0, 0, 255));
+    canvas.setLineWidth(lineWidth);
+    canvas.press({100, 100});
+    int width = 0;
+    for (int x = 0; x < 200; ++x)
+        width += at(canvas, x, 100) != QColor(Qt::black);
+    return width;
+}
+
+TEST(CanvasTools, CalloutDiscFollowsTheLineWidth)
+{
+    // Disc d = max(7w, 28) plus half the white outline max(w/2, 2) on each side.
+    EXPECT_NEAR(discWidth(2), 28 + 2, 2);
+    EXPECT_NEAR(discWidth(4), 28 + 2, 2);
+    EXPECT_NEAR(discWidth(10), 70 + 5, 2);
+}
+
+QImage calloutStamp(int stamps, int undosBeforeLast)
+{
+    EditorCanvasModel canvas(solid(160, 120, Qt::darkGray));
+    canvas.setTool(EditTool::callout);
+    for (int i = 0; i < stamps - 1; ++i)
+        canvas.press({40.0 + 30 * i, 30});
+    for (int i = 0; i < undosBeforeLast; ++i)
+        canvas.undo();
+    canvas.press({80, 90});
+    return canvas.image().copy(50, 60, 60, 60);
+}
+
+TEST(CalloutNumbering, CountsUpAndNeverGivesANumberBack)
+{
+    const QImage first = calloutStamp(1, 0);
+    const QImage second = calloutStamp(2, 0);
+    const QImage third = calloutStamp(3, 0);
+    EXPECT_GT(differingPixels(first, second), 20);
+    EXPECT_GT(differingPixels(second, third), 20);
+    // Two stamped, both undone: the next one still shows "3".
+    EXPECT_EQ(differingPixels(calloutStamp(3, 2), third), 0);
+}
+
+TEST(CanvasTools, CropKeepsTheDraggedPixelsAndUndoRestoresSizeAndFrame)
+{
+    const QImage original = noise(200, 150, 4);
+    EditorCanvasModel canvas(original);
+    canvas.setZoom(0.5);
+    canvas.setTool(EditTool::crop);
+    // View (10, 20)-(60, 45) is image (20, 40)-(120, 90).
+    drag(canvas, {{10, 20}, {60, 45}});
+    EXPECT_TRUE(samePixels(canvas.image(), original.copy(20, 40, 100, 50)));
+    EXPECT_EQ(canvas.frameSize(), QSizeF(50, 25));
+
+    canvas.undo();
+    EXPECT_TRUE(samePixels(canvas.image(), original));
+    EXPECT_EQ(canvas.frameSize(), QSizeF(100, 75));
+
+    canvas.press({90, 60});
+    canvas.drag({500, 500}); // clamped to the view's corner
+    canvas.release({500, 500});
+    EXPECT_TRUE(samePixels(canvas.image(), original.copy(180, 120, 20, 30)));
+}
+
+TEST(CanvasTools, PixelateAndBlurChangeOnlyTheDraggedRectangle)
+{
+    struct Case {
+        EditTool tool;
+        qreal lineWidth;
+        int cell; // side of uniform cells; 0 for blur
+    };
+    const Case cases[] = {{EditTool::pixelate, 2, 8}, {EditTool::pixelate, 4, 12}, {EditTool::blur, 2, 0},
+                          {EditTool::blur, 10, 0}};
+    for (const Case &c : cases) {
+        SCOPED_TRACE(int(c.tool));
+        const QImage original = noise(200, 160, 8);
+        EditorCanvasModel canvas(original);
+        canvas.setTool(c.tool);
+        canvas.setLineWidth(c.lineWidth);
+        drag(canvas, {{40, 24}, {136, 120}});
+        const QRect region(40, 24, 96, 96);
+        EXPECT_EQ(differingPixels(canvas.image(), original) - differingPixels(canvas.image(), original, region), 0);
+        EXPECT_GT(differingPixels(canvas.image(), original, region), region.width() * region.height() * 9 / 10);
+        if (c.cell > 0) {
+            // Cells anchored at the origin: one inside the region is a single colour.
+            const int x0 = (region.left() / c.cell + 1) * c.cell, y0 = (region.top() / c.cell + 1) * c.cell;
+            const QImage cell = canvas.image().copy(x0, y0, c.cell, c.cell);
+            EXPECT_EQ(differingPixels(cell, solid(c.cell, c.cell, cell.pixelColor(0, 0))), 0);
+            EXPECT_NE(cell.pixel(0, 0), canvas.image().pixel(x0 + c.cell, y0));
+        }
+        canvas.undo();
+        EXPECT_TRUE(samePixels(canvas.image(), original));
+    }
+}
+
+TEST(CanvasTools, TextAndInsertionReachTheOverlayHooks)
+{
+    EditorCanvasModel canvas(solid(600, 400, Qt::white));
+    QSignalSpy texts(&canvas, &EditorCanvasModel::textToolPressed);
+    QSignalSpy overlays(&canvas, &EditorCanvasModel::imageOverlayRequested);
+    canvas.setTool(EditTool::text);
+    canvas.press({500, 100});
+    ASSERT_EQ(texts.count(), 1);
+    EXPECT_EQ(texts.at(0).at(1).toRectF(), QRectF(170, 0, 430, 185));
+    EXPECT_FALSE(canvas.isDragging());
+
+    canvas.setTool(EditTool::insertImage);
+    drag(canvas, {{100, 100}, {300, 250}});
+    EXPECT_EQ(overlays.count(), 0); // no image chosen
+    canvas.setInsertImage(solid(10, 10, Qt::green));
+    drag(canvas, {{300, 250}, {100, 100}});
+    ASSERT_EQ(overlays.count(), 1);
+    EXPECT_EQ(overlays.at(0).at(1).toRectF(), QRectF(100, 100, 200, 150));
+    EXPECT_FALSE(canvas.canUndo()); // the overlay records its own step when committed
+
+    canvas.pasteImage(solid(4000, 3000, Qt::red));
+    ASSERT_EQ(overlays.count(), 2);
+    // 55 % of the view's height leads: 293.3 by 220, centred.
+    EXPECT_EQ(overlays.at(1).at(1).toRectF(), QRectF(460.0 / 3, 90, 880.0 / 3, 220));
+    EXPECT_EQ(canvas.insertImage().size(), QSize(4000, 3000));
+}
+
+// The first and last strongly red pixels in row `y`.
+std::pair<int, int> redSpan(const QImage &image, int y)
+{
+    std::pair<int, int> span{-1, -1};
+    for (int x = 0; x < image.width(); ++x) {
+        const QColor c = image.pixelColor(x, y);
+        if (c.red() > 200 && c.green() < 100) {
+            if (span.first < 0)
+                span.first = x;
+            span.second = x;
+        }
+    }
+    return span;
+}
+
+QImage dense(const QImage &pixels, qreal ratio)
+{
+    QImage image = pixels;
+    image.setDevicePixelRatio(ratio);
+    return image;
+}
+
+TEST(CanvasTools, MarksOnADenseImageAreSizedInImagePoints)
+{
+    struct Case {
+        std::string name;
+        EditTool tool;
+        Drag drag; // view points at zoom 1 = image points
+        int row;   // pixels
+        std::pair<int, int> span;
+    };
+    const std::vector<Case> cases = {
+        // Sides at x = 20 and 60, 4 wide: points 18 to 62, pixels 36 to 123.
+        {"rectangle", EditTool::rectangle, {{20, 20}, {60, 50}}, 70, {36, 123}},
+        // A 28-point disc under a 2-point white outline shows 26 points red across.
+        {"callout", EditTool::callout, {{50, 40}, {50, 40}}, 80, {74, 125}},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.name);
+        EditorCanvasModel canvas(dense(solid(200, 160, Qt::white), 2));
+        EXPECT_EQ(canvas.imageSize(), QSizeF(100, 80));
+        EXPECT_EQ(canvas.frameSize(), QSizeF(100, 80));
+        canvas.setTool(c.tool);
+        canvas.setColor(Qt::red);
+        canvas.setLineWidth(4);
+        drag(canvas, c.drag);
+        const auto [first, last] = redSpan(canvas.image(), c.row);
+        EXPECT_NEAR(first, c.span.first, 1);
+        EXPECT_NEAR(last, c.span.second, 1);
+        EXPECT_EQ(canvas.image().devicePixelRatio(), 2.0);
+    }
+}
+
+TEST(CanvasTools, CropResizeUndoAndPngKeepADenseImagesPixels)
+{
+    const QImage original = noise(200, 160, 7);
+    // Points (10, 20)-(60, 50) are pixels (20, 40) to (120, 100).
+    const QImage cut = original.copy(20, 40, 100, 60);
+    EditorCanvasModel canvas(dense(original, 2));
+    canvas.setTool(EditTool::crop);
+
+    const struct {
+        const char *name;
+        std::function<void()> step;
+        const QImage *expected; // nothing to compare when null
+        QSizeF points;
+    } steps[] = {
+        {"crop", [&] { drag(canvas, {{10, 20}, {60, 50}}); }, &cut, {50, 30}},
+        {"resize to half", [&] { canvas.resizeImage(0.5); }, nullptr, {25, 15}},
+        {"undo the resize", [&] { canvas.undo(); }, &cut, {50, 30}},
+        {"undo the crop", [&] { canvas.undo(); }, &original, {100, 80}},
+        {"redo the crop", [&] { canvas.redo(); }, &cut, {50, 30}},
+    };
+    for (const auto &s : steps) {
+        SCOPED_TRACE(s.name);
+        s.step();
+        EXPECT_EQ(canvas.imageSize(), s.points);
+        EXPECT_EQ(canvas.image().size(), (s.points * 2).toSize());
+        EXPECT_EQ(canvas.image().devicePixelRatio(), 2.0);
+        if (s.expected) {
+            EXPECT_TRUE(samePixels(canvas.image(), *s.expected));
+        }
+    }
+    // The PNG keeps every pixel, not the point size.
+    const auto png = canvas.pngData();
+    ASSERT_TRUE(png.has_value());
+    EXPECT_TRUE(samePixels(QImage::fromData(*png, "PNG"), cut));
+}
+
+} // namespace

@@ -1,0 +1,94 @@
+#include "editor/document/PixelRunCodec.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+#include <vector>
+
+namespace {
+
+std::vector<uint32_t> pattern(const std::string &kind, size_t n)
+{
+    std::vector<uint32_t> v(n);
+    std::mt19937 rng(7);
+    for (size_t i = 0; i < n; ++i) {
+        if (kind == "flat")
+            v[i] = 0xff336699u;
+        else if (kind == "noise")
+            v[i] = rng();
+        else if (kind == "pairs") // runs of two: shorter than worth a run
+            v[i] = uint32_t(i / 2);
+        else if (kind == "runs then noise")
+            v[i] = i < n / 2 ? 0xffffffffu : rng();
+        else if (kind == "run at end")
+            v[i] = i + 3 < n ? uint32_t(i) : 0u;
+        else if (kind == "run flag value") // pixels that look like run headers
+            v[i] = (i % 5 == 0) ? 0x80000003u : 0x80000000u;
+    }
+    return v;
+}
+
+TEST(PixelRunCodec, RoundTripsEveryPattern)
+{
+    struct Case {
+        std::string kind;
+        size_t count;
+        bool shrinks;
+    };
+    const Case cases[] = {
+        {"flat", 128 * 128, true},       {"noise", 128 * 128, false},     {"pairs", 1000, false},
+        {"runs then noise", 4096, true}, {"run at end", 50, false},       {"run flag value", 999, true},
+        {"flat", 1, false},              {"noise", 0, false},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.kind + " x" + std::to_string(c.count));
+        const std::vector<uint32_t> input = pattern(c.kind, c.count);
+        const std::vector<uint32_t> encoded = PixelRunCodec::encode(input.data(), input.size());
+        std::vector<uint32_t> output(c.count, 0xdeadbeefu);
+        ASSERT_TRUE(PixelRunCodec::decode(encoded, output.data(), output.size()));
+        EXPECT_EQ(output, input);
+        EXPECT_EQ(encoded.size() < input.size(), c.shrinks);
+    }
+}
+
+// A tile cut from a wider image: rows `stride` apart, runs carrying on from row to row.
+TEST(PixelRunCodec, RoundTripsStridedRows)
+{
+    struct Case {
+        std::string kind;
+        size_t width, height, stride;
+    };
+    const Case cases[] = {{"flat", 7, 5, 19}, {"pairs", 16, 16, 40}, {"runs then noise", 128, 64, 128},
+                          {"run flag value", 1, 9, 3}, {"run at end", 13, 4, 13}};
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.kind);
+        const std::vector<uint32_t> image = pattern(c.kind, c.stride * c.height);
+        const std::vector<uint32_t> encoded = PixelRunCodec::encode(image.data(), c.width, c.height, c.stride);
+        std::vector<uint32_t> out(c.stride * c.height, 0x12345678u);
+        ASSERT_TRUE(PixelRunCodec::decode(encoded, out.data(), c.width, c.height, c.stride));
+        for (size_t y = 0; y < c.height; ++y)
+            for (size_t x = 0; x < c.stride; ++x)
+                ASSERT_EQ(out[y * c.stride + x], x < c.width ? image[y * c.stride + x] : 0x12345678u)
+                    << "at " << x << "," << y; // nothing written between the rows
+    }
+}
+
+TEST(PixelRunCodec, FlatTileCostsAFewWords)
+{
+    const std::vector<uint32_t> input = pattern("flat", 128 * 128);
+    EXPECT_LE(PixelRunCodec::encode(input.data(), input.size()).size(), 2u);
+}
+
+TEST(PixelRunCodec, RejectsDataOfTheWrongLength)
+{
+    const std::vector<uint32_t> input = pattern("runs then noise", 300);
+    std::vector<uint32_t> encoded = PixelRunCodec::encode(input.data(), input.size());
+    std::vector<uint32_t> output(300);
+    EXPECT_FALSE(PixelRunCodec::decode(encoded, output.data(), 299));
+    EXPECT_FALSE(PixelRunCodec::decode(encoded, output.data(), 301));
+    encoded.pop_back();
+    EXPECT_FALSE(PixelRunCodec::decode(encoded, output.data(), 300));
+}
+
+} // namespace
