@@ -1,4 +1,5 @@
 #include "app/AppDelegate.h"
+#include "capture/screenshot/ScreenshotFlow.h"
 #include "platform/Platform.h"
 #include "platform/fake/FakeApplicationRegistry.h"
 #include "platform/fake/FakeClipboard.h"
@@ -10,9 +11,13 @@
 #include "ui/MainWindowController.h"
 
 #include <QCoreApplication>
+#include <QPushButton>
+#include <QTest>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
+
+#include <functional>
 
 namespace {
 
@@ -118,4 +123,32 @@ TEST(AppDelegate, QuitRemovesTheMappingFirst)
     const auto runs = f.processes->runCount();
     f.delegate->terminate();
     EXPECT_EQ(f.processes->runCount(), runs);
+}
+
+// The hot key and the main window's button both reach the one screenshot flow: the window
+// steps aside, and on the next turn the grab (which fails here) is reported.
+TEST(AppDelegate, ScreenshotRequestsReachTheCaptureFlow)
+{
+    const struct {
+        const char *name;
+        std::function<void(Fixture &)> request;
+    } cases[] = {
+        {"hot key", [](Fixture &f) { f.press(VirtualKey::four, HotKeyModifier::control); }},
+        {"button", [](Fixture &f) {
+             auto *button = f.delegate->mainWindow()->window()->findChild<QPushButton *>("screenshotButton");
+             ASSERT_TRUE(button);
+             QTest::mouseClick(button, Qt::LeftButton);
+         }},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.name);
+        Fixture f;
+        f.launch();
+        c.request(f);
+        EXPECT_FALSE(f.delegate->mainWindow()->isWindowVisible());
+        EXPECT_EQ(f.delegate->mainWindow()->status(), ScreenshotFlow::selectingText);
+        QCoreApplication::processEvents();
+        EXPECT_EQ(f.delegate->mainWindow()->status(), ScreenshotFlow::grabFailedText);
+        EXPECT_TRUE(f.delegate->mainWindow()->isWindowVisible());   // it was visible before
+    }
 }
