@@ -38,9 +38,11 @@ void AppDelegate::applicationDidFinishLaunching()
     m_capture = std::make_unique<CaptureService>(m_database, *m_platform.clipboard, m_paths.documents,
                                                  m_paths.desktop);
     m_mainWindow = std::make_unique<MainWindowController>(m_database, *m_capture, m_remapper, *m_platform.screens,
+                                                          *m_platform.windowExits,
                                                           MacKeyMappingStore::filePath(m_paths.applicationSupport));
     m_coordinator = std::make_unique<CaptureCoordinator>(CaptureCoordinator::Services{
-        *m_mainWindow, *m_capture, *m_platform.screenGrabber, *m_platform.screens, *m_platform.clipboard});
+        *m_mainWindow, *m_capture, *m_platform.screenGrabber, *m_platform.screens, *m_platform.clipboard,
+        *m_platform.windowExits});
     connect(m_mainWindow.get(), &MainWindowController::screenshotRequested, m_coordinator.get(),
             &CaptureCoordinator::captureScreenshot);
     connect(m_mainWindow.get(), &MainWindowController::videoRequested, m_coordinator.get(),

@@ -3,8 +3,9 @@
 CaptureCoordinator::CaptureCoordinator(Services services, QObject *parent)
     : QObject(parent),
       m_selector(services.screens),
-      m_editors(services.clipboard),
-      m_screenshot({services.host, services.service, m_selector, services.grabber, services.screens, m_editors})
+      m_editors(services.clipboard, services.windowExits),
+      m_screenshot({services.host, services.service, m_selector, services.grabber, services.screens,
+                    services.windowExits, m_editors})
 {
 }
 

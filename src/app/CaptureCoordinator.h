@@ -11,6 +11,7 @@ class CaptureService;
 class ClipboardWriter;
 class ScreenEnvironment;
 class ScreenGrabber;
+class WindowExitWatcher;
 
 // Owns the capture flows, the one region selector they share and the editor they open.
 // Commands from hot keys, the tray menu and the main window's buttons all end here.
@@ -24,6 +25,7 @@ public:
         ScreenGrabber &grabber;
         const ScreenEnvironment &screens;
         ClipboardWriter &clipboard;
+        WindowExitWatcher &windowExits;
     };
 
     explicit CaptureCoordinator(Services services, QObject *parent = nullptr);

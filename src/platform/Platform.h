@@ -7,6 +7,7 @@
 #include "platform/ProcessRunner.h"
 #include "platform/ScreenEnvironment.h"
 #include "platform/ScreenGrabber.h"
+#include "platform/WindowExitWatcher.h"
 
 #include <QString>
 #include <memory>
@@ -28,4 +29,5 @@ struct Platform {
     std::unique_ptr<ScreenGrabber> screenGrabber;
     std::unique_ptr<ScreenEnvironment> screens;
     std::unique_ptr<ClipboardWriter> clipboard;
+    std::unique_ptr<WindowExitWatcher> windowExits;
 };

@@ -2,6 +2,7 @@
 
 #include "capture/library/CaptureService.h"
 #include "platform/ScreenEnvironment.h"
+#include "platform/WindowExitWatcher.h"
 #include "storage/HistoryDatabase.h"
 #include "ui/HistoryTableModel.h"
 #include "ui/HistoryTableView.h"
@@ -18,8 +19,8 @@
 
 MainWindowController::MainWindowController(HistoryDatabase &database, CaptureService &capture,
                                            KeyRemapper &remapper, const ScreenEnvironment &screens,
-                                           QString mappingFile, QObject *parent)
-    : QObject(parent), m_database(database), m_capture(capture), m_screens(screens)
+                                           WindowExitWatcher &windowExits, QString mappingFile, QObject *parent)
+    : QObject(parent), m_database(database), m_capture(capture), m_screens(screens), m_windowExits(windowExits)
 {
     m_window = std::make_unique<MainWindow>();
     m_model = new HistoryTableModel(this);
@@ -77,6 +78,8 @@ void MainWindowController::showWindow()
 
 void MainWindowController::hideWindow()
 {
+    if (m_window->isVisible())
+        m_windowExits.leaving(m_window->winId());
     m_window->hide();
 }
 

@@ -17,6 +17,7 @@ class MainWindow;
 class QScreen;
 class QWidget;
 class ScreenEnvironment;
+class WindowExitWatcher;
 
 // The one main window of the app: built once, hidden rather than destroyed when closed.
 // Owns the key-mapping window and the recent-captures list. It starts no capture itself:
@@ -26,7 +27,8 @@ class MainWindowController : public QObject, public CaptureHost {
     Q_OBJECT
 public:
     MainWindowController(HistoryDatabase &database, CaptureService &capture, KeyRemapper &remapper,
-                         const ScreenEnvironment &screens, QString mappingFile, QObject *parent = nullptr);
+                         const ScreenEnvironment &screens, WindowExitWatcher &windowExits, QString mappingFile,
+                         QObject *parent = nullptr);
     ~MainWindowController() override;
 
     QWidget *window() const;
@@ -61,6 +63,7 @@ private:
     HistoryDatabase &m_database;
     CaptureService &m_capture;
     const ScreenEnvironment &m_screens;
+    WindowExitWatcher &m_windowExits;
     std::unique_ptr<MainWindow> m_window;
     HistoryTableModel *m_model = nullptr;
     std::unique_ptr<KeyMappingController> m_keyMapping;

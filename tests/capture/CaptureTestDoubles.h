@@ -8,6 +8,7 @@
 #include "platform/fake/FakeClipboard.h"
 #include "platform/fake/FakeScreenEnvironment.h"
 #include "platform/fake/FakeScreenGrabber.h"
+#include "platform/WindowExitWatcher.h"
 #include "storage/HistoryDatabase.h"
 
 #include <QDir>
@@ -85,6 +86,7 @@ struct ScreenshotRig : CaptureRig {
     QString status = QStringLiteral("Sẵn sàng");
     FakeHost host;
     FakeEditorLauncher editors;
+    WindowExitWatcher windowExits;
     RegionSelectorSlot selector{screens};
-    ScreenshotFlow flow{{host, service, selector, grabber, screens, editors}};
+    ScreenshotFlow flow{{host, service, selector, grabber, screens, windowExits, editors}};
 };

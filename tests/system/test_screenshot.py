@@ -179,6 +179,43 @@ class ScreenshotTests(harness.SystemTestCase):
                 # After a capture the editor takes the front; the main window stays hidden.
                 self.assertFalse(self._main_shown(session, main_id))
 
+    def _shot_matches_pattern(self, session, app, region, count):
+        """Drags region (device pixels) on an open selector; the count-th PNG must be the
+        pattern, pixel for pixel: no window of ours may be left in the frozen picture."""
+        x0, y0, w, h = region
+        self._drag(session, x0, y0, x0 + w, y0 + h)
+        names = harness.wait_until(lambda: len(self._desktop_pngs(session)) == count
+                                   and self._desktop_pngs(session), 20, "PNG number %d" % count)
+        image = pngread.read_png_file(os.path.join(session.desktop_dir, names[-1]))
+        self.assertEqual((image.width, image.height), (w, h))
+        wrong = sum(1 for y in range(0, h, 2) for x in range(0, w, 2)
+                    if image.rgb(x, y) != pattern_rgb(x0 + x, y0 + y))
+        self.assertEqual(wrong, 0, "%d sampled pixels of shot %d are not the pattern" % (wrong, count))
+
+    def test_windows_that_stepped_aside_are_not_in_the_shot(self):
+        # The main window is open where it opens, over the region. Then the editor of that
+        # shot is closed and the next shot taken at once, over where the editor was.
+        for label, screen, scale in (("scale-1", (1920, 1080), 1.0),
+                                     ("scale-2", (3840, 2160), 2.0)):
+            with self.subTest(label), self.session_scope(label, screen, scale) as session:
+                app, main_id = self._prepare(session)
+                main = session.x.geometry(main_id)
+                s = lambda v: int(v * scale)
+                align = lambda v: v - v % int(scale)      # the pointer moves by whole points
+                # From left of the window into it, title bar included.
+                over_main = (align(main.x - s(60)), align(main.y - s(40)), s(320), s(240))
+                self._open_selector(session, app)
+                self._shot_matches_pattern(session, app, over_main, 1)
+
+                editor = session.x.wait_for_window(name="Chỉnh sửa ảnh — Vistrel",
+                                                   pid=app.process.pid, timeout=20)
+                area = session.x.geometry(editor.id)
+                over_editor = (align(area.x + area.width // 2 - s(160)), align(area.y - s(20)), s(320), s(240))
+                session.x.activate(editor.id)
+                session.x.key("alt+F4")
+                self._open_selector(session, app)      # no wait for the editor to go
+                self._shot_matches_pattern(session, app, over_editor, 2)
+
     def test_fractional_scale_widens_the_cut_to_whole_pixels(self):
         # At scale 1.5 the drag's corners fall on thirds of a point; the cut may grow by a
         # pixel on a side but never loses one, and keeps the screen's density.

@@ -41,6 +41,7 @@ struct Fixture {
         platform.screenGrabber = std::make_unique<FakeScreenGrabber>();
         platform.screens = std::make_unique<FakeScreenEnvironment>();
         platform.clipboard = std::make_unique<FakeClipboard>();
+        platform.windowExits = std::make_unique<WindowExitWatcher>();
         AppPaths paths{dir.filePath("support"), dir.filePath("documents"), dir.filePath("Desktop")};
         delegate = std::make_unique<AppDelegate>(platform, paths);
     }

@@ -4,6 +4,7 @@
 #include "platform/fake/FakeClipboard.h"
 #include "platform/fake/FakeProcessRunner.h"
 #include "platform/fake/FakeScreenEnvironment.h"
+#include "platform/WindowExitWatcher.h"
 #include "storage/HistoryDatabase.h"
 #include "ui/HistoryTableView.h"
 #include "ui/MainWindow.h"
@@ -22,11 +23,12 @@ struct Fixture {
     HistoryDatabase database{dir.path()};
     FakeClipboard clipboard;
     FakeScreenEnvironment screens;
+    WindowExitWatcher windowExits;
     CaptureService capture{database, clipboard, dir.filePath("Documents"), dir.filePath("Desktop")};
     FakeProcessRunner processes;
     FakeHotKeyService hotKeys;
     KeyRemapper remapper{processes, hotKeys, "/opt/vistrel/vistrel-keymap"};
-    MainWindowController controller{database, capture, remapper, screens, dir.filePath("key-mappings.json")};
+    MainWindowController controller{database, capture, remapper, screens, windowExits, dir.filePath("key-mappings.json")};
 };
 
 } // namespace

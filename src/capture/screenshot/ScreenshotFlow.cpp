@@ -7,8 +7,8 @@
 #include "capture/selector/RegionSelectorSlot.h"
 #include "platform/ScreenEnvironment.h"
 #include "platform/ScreenGrabber.h"
+#include "platform/WindowExitWatcher.h"
 
-#include <QTimer>
 
 ScreenshotFlow::ScreenshotFlow(Services services, QObject *parent)
     : QObject(parent), m_(services)
@@ -32,9 +32,10 @@ void ScreenshotFlow::captureScreenshot()
     const bool wasVisible = m_.host.isWindowVisible();
     m_.host.hideWindow();
     m_.service.report(selectingText);
-    // One turn of the event loop lets the hide reach the X server before the grab.
+    // Freeze only once the window and its frame are off the screen, or the picture shows
+    // them; a window manager that never answers holds the capture up for the bound at most.
     QPointer<ScreenshotFlow> self(this);
-    QTimer::singleShot(0, this, [self, wasVisible] {
+    m_.windowExits.whenGone(hideTimeout, [self, wasVisible] {
         if (!self)
             return;
         self->takeScreenshot([self, wasVisible](const ScreenshotOutcome &outcome) {

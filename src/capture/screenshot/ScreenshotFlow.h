@@ -6,6 +6,7 @@
 #include <QRectF>
 #include <QScreen>
 #include <QString>
+#include <chrono>
 #include <functional>
 #include <optional>
 
@@ -15,6 +16,7 @@ class EditorLauncher;
 class RegionSelectorSlot;
 class ScreenEnvironment;
 class ScreenGrabber;
+class WindowExitWatcher;
 
 // A screen and the still image of it, taken when a screenshot starts.
 struct FrozenDisplayCapture {
@@ -46,6 +48,7 @@ public:
     static inline const QString cropFailedText = QStringLiteral("Không thể cắt vùng ảnh đã chọn");
     static inline const QString editSaveFailedText = QStringLiteral("Không thể lưu ảnh đã chỉnh sửa");
     static inline const QString prompt = QStringLiteral("Kéo chuột để chọn vùng chụp  •  Esc để hủy");
+    static constexpr std::chrono::milliseconds hideTimeout{300};
 
     struct Services {
         CaptureHost &host;
@@ -53,6 +56,7 @@ public:
         RegionSelectorSlot &selector;
         ScreenGrabber &grabber;
         const ScreenEnvironment &screens;
+        WindowExitWatcher &windowExits;
         EditorLauncher &editor;
     };
 

@@ -6,6 +6,7 @@
 #include "platform/x11/X11ApplicationRegistry.h"
 #include "platform/x11/X11HotKeyService.h"
 #include "platform/x11/X11KeySynthesizer.h"
+#include "platform/x11/X11WindowExitWatcher.h"
 #include "platform/x11/XShmScreenGrabber.h"
 
 #include <QCoreApplication>
@@ -29,11 +30,13 @@ std::unique_ptr<Platform> createX11Platform()
         platform->hotKeys = std::make_unique<NullHotKeyService>();
         platform->applications = std::make_unique<NullApplicationRegistry>();
         platform->keys = std::make_unique<NullKeySynthesizer>();
+        platform->windowExits = std::make_unique<WindowExitWatcher>();
         return platform;
     }
 
     const xcb_window_t root = XDefaultRootWindow(display);
     platform->hotKeys = std::make_unique<X11HotKeyService>(connection, root);
+    platform->windowExits = std::make_unique<X11WindowExitWatcher>(connection);
     platform->applications = std::make_unique<X11ApplicationRegistry>(
         connection, root, QCoreApplication::applicationPid(), QGuiApplication::applicationDisplayName());
     if (auto keys = X11KeySynthesizer::open(QByteArray(XDisplayString(display))))
