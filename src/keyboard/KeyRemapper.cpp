@@ -4,6 +4,9 @@
 #include "platform/HotKeyService.h"
 #include "platform/ProcessRunner.h"
 
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QMap>
 #include <QMetaObject>
 #include <iterator>
@@ -65,7 +68,7 @@ KeyRemapper::~KeyRemapper()
 
 QByteArray KeyRemapper::mappingProperty(bool enabled) const
 {
-    QByteArray entries;
+    QJsonArray entries;
     if (enabled) {
         QMap<quint64, quint64> table;   // sorted by source usage
         for (const auto &[source, destination] : windowsModePairs)
@@ -74,15 +77,14 @@ QByteArray KeyRemapper::mappingProperty(bool enabled) const
         for (const auto &[source, destination] : MacKeyMappingStore::resolved(m_customMappings))
             table.insert(source, destination);
 
-        for (auto it = table.cbegin(); it != table.cend(); ++it) {
-            if (!entries.isEmpty())
-                entries += ',';
-            entries += "{\"HIDKeyboardModifierMappingSrc\":" + QByteArray::number(keyboardPage + it.key())
-                       + ",\"HIDKeyboardModifierMappingDst\":"
-                       + QByteArray::number(keyboardPage + it.value()) + '}';
-        }
+        // qint64, not double, so each usage is written as an exact integer.
+        for (auto it = table.cbegin(); it != table.cend(); ++it)
+            entries.append(QJsonObject{
+                {QStringLiteral("HIDKeyboardModifierMappingSrc"), qint64(keyboardPage + it.key())},
+                {QStringLiteral("HIDKeyboardModifierMappingDst"), qint64(keyboardPage + it.value())},
+            });
     }
-    return "{\"UserKeyMapping\":[" + entries + "]}";
+    return QJsonDocument(QJsonObject{{QStringLiteral("UserKeyMapping"), entries}}).toJson(QJsonDocument::Compact);
 }
 
 bool KeyRemapper::applyMapping(bool enabled)
