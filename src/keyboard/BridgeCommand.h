@@ -7,7 +7,7 @@ struct BridgeCommand {
     Kind kind = Kind::screenshot;
     bool reverse = false;   // switchApplication only: previous instead of next
 
-    static BridgeCommand switchApplication(bool reverse) { return {Kind::switchApplication, reverse}; }
-    static BridgeCommand of(Kind kind) { return {kind, false}; }
+    static constexpr BridgeCommand switchApplication(bool reverse) { return {Kind::switchApplication, reverse}; }
+    static constexpr BridgeCommand of(Kind kind) { return {kind, false}; }
     friend bool operator==(const BridgeCommand &, const BridgeCommand &) = default;
 };

@@ -4,6 +4,9 @@
 #include "platform/HotKeyService.h"
 #include "platform/ProcessRunner.h"
 
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QMap>
 #include <QMetaObject>
 #include <iterator>
@@ -17,18 +20,36 @@ constexpr std::pair<quint64, quint64> windowsModePairs[] = {
 
 constexpr quint64 keyboardPage = 0x700000000ULL;
 
-struct HotKeySpec {
+struct HotKeyBinding {
     quint32 virtualKey;
     bool withShift;
-    quint32 id;
+    quint32 id;   // what a press carries back
+    BridgeCommand command;
 };
 
-// Registration order; the ids are what a press carries back.
-constexpr HotKeySpec hotKeySpecs[] = {
-    {VirtualKey::four, false, 4},  {VirtualKey::five, false, 5}, {VirtualKey::six, false, 6},
-    {VirtualKey::l, false, 12},    {VirtualKey::q, false, 15},   {VirtualKey::tab, false, 13},
-    {VirtualKey::tab, true, 14},
+using Kind = BridgeCommand::Kind;
+
+// Registration order, and the only place an id is tied to its command.
+constexpr HotKeyBinding hotKeyBindings[] = {
+    {VirtualKey::four, false, 4, BridgeCommand::of(Kind::screenshot)},
+    {VirtualKey::five, false, 5, BridgeCommand::of(Kind::video)},
+    {VirtualKey::six, false, 6, BridgeCommand::of(Kind::scrollingScreenshot)},
+    {VirtualKey::l, false, 12, BridgeCommand::of(Kind::lock)},
+    {VirtualKey::q, false, 15, BridgeCommand::of(Kind::quit)},
+    {VirtualKey::tab, false, 13, BridgeCommand::switchApplication(false)},
+    {VirtualKey::tab, true, 14, BridgeCommand::switchApplication(true)},
 };
+
+// A press is known only by its id, so two rows sharing one would shadow each other.
+constexpr bool idsAreUnique()
+{
+    for (std::size_t i = 0; i < std::size(hotKeyBindings); ++i)
+        for (std::size_t j = i + 1; j < std::size(hotKeyBindings); ++j)
+            if (hotKeyBindings[i].id == hotKeyBindings[j].id)
+                return false;
+    return true;
+}
+static_assert(idsAreUnique());
 
 } // namespace
 
@@ -47,7 +68,7 @@ KeyRemapper::~KeyRemapper()
 
 QByteArray KeyRemapper::mappingProperty(bool enabled) const
 {
-    QByteArray entries;
+    QJsonArray entries;
     if (enabled) {
         QMap<quint64, quint64> table;   // sorted by source usage
         for (const auto &[source, destination] : windowsModePairs)
@@ -56,15 +77,14 @@ QByteArray KeyRemapper::mappingProperty(bool enabled) const
         for (const auto &[source, destination] : MacKeyMappingStore::resolved(m_customMappings))
             table.insert(source, destination);
 
-        for (auto it = table.cbegin(); it != table.cend(); ++it) {
-            if (!entries.isEmpty())
-                entries += ',';
-            entries += "{\"HIDKeyboardModifierMappingSrc\":" + QByteArray::number(keyboardPage + it.key())
-                       + ",\"HIDKeyboardModifierMappingDst\":"
-                       + QByteArray::number(keyboardPage + it.value()) + '}';
-        }
+        // qint64, not double, so each usage is written as an exact integer.
+        for (auto it = table.cbegin(); it != table.cend(); ++it)
+            entries.append(QJsonObject{
+                {QStringLiteral("HIDKeyboardModifierMappingSrc"), qint64(keyboardPage + it.key())},
+                {QStringLiteral("HIDKeyboardModifierMappingDst"), qint64(keyboardPage + it.value())},
+            });
     }
-    return "{\"UserKeyMapping\":[" + entries + "]}";
+    return QJsonDocument(QJsonObject{{QStringLiteral("UserKeyMapping"), entries}}).toJson(QJsonDocument::Compact);
 }
 
 bool KeyRemapper::applyMapping(bool enabled)
@@ -137,10 +157,11 @@ void KeyRemapper::installHotKeys(quint32 modifiers)
     });
     m_handlerInstalled = true;
 
-    for (std::size_t i = 0; i < std::size(hotKeySpecs); ++i) {
-        const HotKeySpec &spec = hotKeySpecs[i];
-        const quint32 mask = spec.withShift ? (modifiers | HotKeyModifier::shift) : modifiers;
-        m_hotKeyHandles[i] = m_hotKeys.registerHotKey(spec.virtualKey, mask, spec.id);
+    static_assert(std::size(hotKeyBindings) == std::tuple_size_v<decltype(m_hotKeyHandles)>);
+    for (std::size_t i = 0; i < std::size(hotKeyBindings); ++i) {
+        const HotKeyBinding &binding = hotKeyBindings[i];
+        const quint32 mask = binding.withShift ? (modifiers | HotKeyModifier::shift) : modifiers;
+        m_hotKeyHandles[i] = m_hotKeys.registerHotKey(binding.virtualKey, mask, binding.id);
     }
     m_hotKeyModifiers = modifiers;
 }
@@ -160,16 +181,10 @@ void KeyRemapper::uninstallHotKeys()
 
 std::optional<BridgeCommand> KeyRemapper::commandForHotKey(quint32 id)
 {
-    switch (id) {
-    case 4: return BridgeCommand::of(BridgeCommand::Kind::screenshot);
-    case 5: return BridgeCommand::of(BridgeCommand::Kind::video);
-    case 6: return BridgeCommand::of(BridgeCommand::Kind::scrollingScreenshot);
-    case 12: return BridgeCommand::of(BridgeCommand::Kind::lock);
-    case 15: return BridgeCommand::of(BridgeCommand::Kind::quit);
-    case 13: return BridgeCommand::switchApplication(false);
-    case 14: return BridgeCommand::switchApplication(true);
-    default: return std::nullopt;
-    }
+    for (const HotKeyBinding &binding : hotKeyBindings)
+        if (binding.id == id)
+            return binding.command;
+    return std::nullopt;
 }
 
 void KeyRemapper::deliver(quint32 id)

@@ -133,10 +133,12 @@ void KeyMappingController::showMappingWindow()
 
 void KeyMappingController::toggleMapping()
 {
-    if (m_mappingToggle->isChecked())
-        m_remapper.enable();
-    else
+    // The click has already flipped the button; the remapper holds what was asked before it.
+    if (m_remapper.isRequested())
         m_remapper.stop();
+    else
+        m_remapper.enable();
+    refreshPermissionState();
 }
 
 void KeyMappingController::addCustomMapping()
@@ -178,11 +180,11 @@ void KeyMappingController::reloadCustomMappingsPopup()
 void KeyMappingController::updatePermissionState(bool running, bool)
 {
     BridgeStateDisplay::paint(m_mappingToggle, m_permissionStatus, running);
+    m_mappingToggle->setChecked(m_remapper.isRequested());
 }
 
+// Only repaints: retrying a failed mapping is the remapper's start(), run by the app's tick.
 void KeyMappingController::refreshPermissionState()
 {
-    if (m_mappingToggle->isChecked())
-        m_remapper.enable();
     updatePermissionState(m_remapper.isRunning(), true);
 }

@@ -5,7 +5,6 @@ pattern saves exactly that region on the Desktop, on the clipboard and in the hi
 import ctypes
 import os
 import re
-import time
 
 import harness
 import pngread
@@ -34,34 +33,59 @@ def pattern_rows(width, height):
         yield bytes(row)
 
 
+class _ClientMessage(ctypes.Structure):
+    _fields_ = [("type", ctypes.c_int), ("serial", ctypes.c_ulong), ("send_event", ctypes.c_int),
+                ("display", ctypes.c_void_p), ("window", ctypes.c_ulong),
+                ("message_type", ctypes.c_ulong), ("format", ctypes.c_int),
+                ("data", ctypes.c_long * 5)]
+
+
+class _Event(ctypes.Union):
+    _fields_ = [("type", ctypes.c_int), ("client", _ClientMessage), ("pad", ctypes.c_long * 24)]
+
+
+_X_ERROR_HANDLER = ctypes.CFUNCTYPE(ctypes.c_int, ctypes.c_void_p, ctypes.c_void_p)
+
+
+def _xlib():
+    """libX11 with the prototypes this file uses."""
+    xlib = ctypes.CDLL("libX11.so.6")
+    d, win, u, i = ctypes.c_void_p, ctypes.c_ulong, ctypes.c_uint, ctypes.c_int
+    prototypes = {
+        "XOpenDisplay": (d, [ctypes.c_char_p]),
+        "XDefaultScreen": (i, [d]),
+        "XDefaultVisual": (d, [d, i]),
+        "XDefaultGC": (d, [d, i]),
+        "XDefaultRootWindow": (win, [d]),
+        "XCreatePixmap": (win, [d, win, u, u, u]),
+        "XCreateImage": (d, [d, d, u, i, i, ctypes.c_char_p, u, u, i, i]),
+        "XPutImage": (i, [d, win, d, d, i, i, i, i, u, u]),
+        "XSetWindowBackgroundPixmap": (i, [d, win, win]),
+        "XClearWindow": (i, [d, win]),
+        "XSetCloseDownMode": (i, [d, i]),
+        "XCloseDisplay": (i, [d]),
+        "XInternAtom": (win, [d, ctypes.c_char_p, i]),
+        "XSelectInput": (i, [d, win, ctypes.c_long]),
+        "XSendEvent": (i, [d, win, i, ctypes.c_long, ctypes.POINTER(_Event)]),
+        "XPending": (i, [d]),
+        "XNextEvent": (i, [d, ctypes.POINTER(_Event)]),
+        "XCreateSimpleWindow": (win, [d, win, i, i, u, u, u, ctypes.c_ulong, ctypes.c_ulong]),
+        "XMapWindow": (i, [d, win]),
+        "XDestroyWindow": (i, [d, win]),
+        "XFlush": (i, [d]),
+        "XSync": (i, [d, i]),
+        "XSetErrorHandler": (ctypes.c_void_p, [_X_ERROR_HANDLER]),
+    }
+    for name, (restype, argtypes) in prototypes.items():
+        function = getattr(xlib, name)
+        function.restype, function.argtypes = restype, argtypes
+    return xlib
+
+
 def paint_root(display_name, width, height, rows):
     """Makes an image (32-bit BGRX rows) the root window's background, kept after we
     disconnect."""
-    xlib = ctypes.CDLL("libX11.so.6")
-    xlib.XOpenDisplay.restype = ctypes.c_void_p
-    xlib.XOpenDisplay.argtypes = [ctypes.c_char_p]
-    for name in ("XDefaultScreen",):
-        getattr(xlib, name).argtypes = [ctypes.c_void_p]
-    for name in ("XDefaultVisual", "XDefaultGC"):
-        getattr(xlib, name).restype = ctypes.c_void_p
-        getattr(xlib, name).argtypes = [ctypes.c_void_p, ctypes.c_int]
-    xlib.XDefaultRootWindow.restype = ctypes.c_ulong
-    xlib.XDefaultRootWindow.argtypes = [ctypes.c_void_p]
-    xlib.XCreatePixmap.restype = ctypes.c_ulong
-    xlib.XCreatePixmap.argtypes = [ctypes.c_void_p, ctypes.c_ulong, ctypes.c_uint,
-                                   ctypes.c_uint, ctypes.c_uint]
-    xlib.XCreateImage.restype = ctypes.c_void_p
-    xlib.XCreateImage.argtypes = [ctypes.c_void_p, ctypes.c_void_p, ctypes.c_uint, ctypes.c_int,
-                                  ctypes.c_int, ctypes.c_char_p, ctypes.c_uint, ctypes.c_uint,
-                                  ctypes.c_int, ctypes.c_int]
-    xlib.XPutImage.argtypes = [ctypes.c_void_p, ctypes.c_ulong, ctypes.c_void_p, ctypes.c_void_p,
-                               ctypes.c_int, ctypes.c_int, ctypes.c_int, ctypes.c_int,
-                               ctypes.c_uint, ctypes.c_uint]
-    xlib.XSetWindowBackgroundPixmap.argtypes = [ctypes.c_void_p, ctypes.c_ulong, ctypes.c_ulong]
-    xlib.XClearWindow.argtypes = [ctypes.c_void_p, ctypes.c_ulong]
-    xlib.XSetCloseDownMode.argtypes = [ctypes.c_void_p, ctypes.c_int]
-    xlib.XCloseDisplay.argtypes = [ctypes.c_void_p]
-
+    xlib = _xlib()
     display = xlib.XOpenDisplay(display_name.encode())
     if not display:
         raise RuntimeError("cannot open %s" % display_name)
@@ -81,6 +105,64 @@ def paint_root(display_name, width, height, rows):
     xlib.XCloseDisplay(display)   # the image's buffer stays ours (data is not freed by X)
 
 
+def settle(session, pid, timeout=10):
+    """Returns once the app has handled every X event queued before now, and the window
+    manager every window the app asked to map until then.
+
+    The app answers a _NET_WM_PING only after the events ahead of it, and its map requests
+    reach the server before that answer. The manager takes map requests in order, so once
+    it lists a window of ours mapped after the answer, it has handled the app's too."""
+    found = session.x.run(["xdotool", "search", "--pid", str(pid)], check=False).stdout
+    windows = [int(w) for w in found.split()]
+    xlib = _xlib()
+    display = xlib.XOpenDisplay(session.env["DISPLAY"].encode())
+    if not display:
+        raise RuntimeError("cannot open %s" % session.env["DISPLAY"])
+    failed = []
+    # A closed window may be gone by now; Xlib's default handler would end the test runner.
+    handler = _X_ERROR_HANDLER(lambda _display, _error: failed.append(1) or 0)
+    previous = xlib.XSetErrorHandler(handler)
+    try:
+        root = xlib.XDefaultRootWindow(display)
+        protocols = xlib.XInternAtom(display, b"WM_PROTOCOLS", 0)
+        ping = xlib.XInternAtom(display, b"_NET_WM_PING", 0)
+        structure_notify, client_message, token = 1 << 17, 33, 0x5E771E
+        xlib.XSelectInput(display, root, structure_notify)   # where the answer goes
+        for window in windows:
+            event = _Event()
+            event.client.type = client_message
+            event.client.window = window
+            event.client.message_type = protocols
+            event.client.format = 32
+            event.client.data[:] = [ping, token, window, 0, 0]
+            xlib.XSendEvent(display, window, 0, 0, ctypes.byref(event))
+        xlib.XSync(display, 0)
+        if len(failed) == len(windows):
+            raise RuntimeError("the app (pid %d) has no window to ping" % pid)
+
+        def answered():
+            while xlib.XPending(display):
+                reply = _Event()
+                xlib.XNextEvent(display, ctypes.byref(reply))
+                c = reply.client
+                if (reply.type == client_message and c.message_type == protocols
+                        and c.data[0] == ping and c.data[1] == token):
+                    return True
+            return False
+        harness.wait_until(answered, timeout, "the app to answer a ping")
+
+        marker = xlib.XCreateSimpleWindow(display, root, 0, 0, 8, 8, 0, 0, 0)
+        xlib.XMapWindow(display, marker)
+        xlib.XFlush(display)
+        harness.wait_until(lambda: marker in session.x.managed_window_ids(), timeout,
+                           "the window manager to take a window mapped after the ping")
+        xlib.XDestroyWindow(display, marker)
+        xlib.XSync(display, 0)
+    finally:
+        xlib.XCloseDisplay(display)
+        xlib.XSetErrorHandler(ctypes.cast(previous, _X_ERROR_HANDLER))
+
+
 def near(rgb, expected, tolerance=3):
     return all(abs(a - b) <= tolerance for a, b in zip(rgb, expected))
 
@@ -98,10 +180,12 @@ class ScreenshotTests(harness.SystemTestCase):
         session.x.activate(mapping.id)
         session.x.key("alt+F4")
         session.x.wait_window_gone(mapping.id)
-        return app, main.id
+        return app, main
 
-    def _main_shown(self, session, main_id):
-        return main_id in session.x.managed_window_ids()
+    def _main_shown(self, session, app, main):
+        # By title, not id: a closed window's X window is gone, and showing it again makes
+        # a new one.
+        return bool(session.x.windows(name=main.name, pid=app.process.pid))
 
     def _visible_windows(self, session, app):
         """Viewable windows of the app (xdotool also lists the root; it is left out)."""
@@ -151,9 +235,9 @@ class ScreenshotTests(harness.SystemTestCase):
         for label, screen, scale in (("scale-1", (1920, 1080), 1.0),
                                      ("scale-2", (3840, 2160), 2.0)):
             with self.subTest(label), self.session_scope(label, screen, scale) as session:
-                app, main_id = self._prepare(session)
+                app, main = self._prepare(session)
                 self._open_selector(session, app)
-                self.assertFalse(self._main_shown(session, main_id))
+                self.assertFalse(self._main_shown(session, app, main))
 
                 x0, y0 = int(300 * scale), int(400 * scale)
                 w, h = int(100 * scale), int(50 * scale)
@@ -177,7 +261,7 @@ class ScreenshotTests(harness.SystemTestCase):
                 self.assertIn(session.x.clipboard("image/tiff")[:4], (b"II*\x00", b"MM\x00*"))
                 self.assertEqual(self._history(app), [{"type": "screenshot", "path": path}])
                 # After a capture the editor takes the front; the main window stays hidden.
-                self.assertFalse(self._main_shown(session, main_id))
+                self.assertFalse(self._main_shown(session, app, main))
 
     def _shot_matches_pattern(self, session, app, region, count):
         """Drags region (device pixels) on an open selector; the count-th PNG must be the
@@ -240,11 +324,11 @@ class ScreenshotTests(harness.SystemTestCase):
         for visible in (True, False):
             label = "visible" if visible else "hidden"
             with self.subTest(label), self.session_scope(label) as session:
-                app, main_id = self._prepare(session)
+                app, main = self._prepare(session)
                 if not visible:
-                    session.x.activate(main_id)
+                    session.x.activate(main.id)
                     session.x.key("alt+F4")      # closing only hides the window
-                    session.x.wait_window_gone(main_id)
+                    session.x.wait_window_gone(main.id)
                 self._open_selector(session, app)
                 self._drag(session, 200, 200, 500, 400, release=False)
                 session.x.key("Escape")
@@ -252,11 +336,11 @@ class ScreenshotTests(harness.SystemTestCase):
                                    "the selector to go")
                 session.x.run(["xdotool", "mouseup", "1"])
                 if visible:
-                    harness.wait_until(lambda: self._main_shown(session, main_id), 10,
+                    harness.wait_until(lambda: self._main_shown(session, app, main), 10,
                                        "the main window to come back")
                 else:
-                    time.sleep(1.0)
-                    self.assertFalse(self._main_shown(session, main_id))
+                    settle(session, app.process.pid)
+                    self.assertFalse(self._main_shown(session, app, main))
                 self.assertEqual(self._desktop_pngs(session), [])
                 self.assertEqual(self._history(app), [])
 
@@ -265,9 +349,15 @@ class ScreenshotTests(harness.SystemTestCase):
         app, _ = self._prepare(session)
         self._open_selector(session, app)
         self._drag(session, 600, 300, 1100, 620, release=False)
-        time.sleep(0.5)
         shot = session.scratch("selector.png")
-        image = session.x.screenshot(shot)
+
+        def drawn():
+            # Only the drag's last point reaches y = 620, so this border proves it is painted.
+            image = session.x.screenshot(shot)
+            if not near(image.rgb(800, 620), BLUE):
+                raise AssertionError("bottom border is %s" % (image.rgb(800, 620),))
+            return image
+        image = harness.wait_until(drawn, 20, "the selection's bottom border on screen")
         options = self.options or harness.default_options()
         os.makedirs(options.artifacts_dir, exist_ok=True)
         os.replace(shot, os.path.join(options.artifacts_dir, "region-selector.png"))
