@@ -88,6 +88,11 @@ TEST(AppDelegate, FailedLaunchIsRetriedByTheTick)
     f.launch();
     EXPECT_FALSE(f.delegate->remapper().isRunning());
     EXPECT_EQ(f.delegate->remapper().hotKeyModifiers(), HotKeyModifier::command);
+    for (int tick = 0; tick < 2; ++tick) {   // one attempt per tick while the tool fails
+        const auto before = f.processes->runCount();
+        f.delegate->retryTick();
+        EXPECT_EQ(f.processes->runCount(), before + 1);
+    }
 
     f.processes->defaultResult = FakeProcessRunner::exited(0);
     f.delegate->retryTick();
