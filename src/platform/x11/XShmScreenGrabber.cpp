@@ -1,13 +1,9 @@
 #include "platform/x11/XShmScreenGrabber.h"
 
-#include <QDeadlineTimer>
 #include <QGuiApplication>
 #include <QPixmap>
 #include <QScreen>
-#include <QThread>
-#include <QWindow>
 
-#include <X11/Xatom.h>
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
 #include <X11/extensions/XShm.h>
@@ -24,8 +20,6 @@ struct XShmScreenGrabber::Segment {
 
 namespace {
 
-// How long a window manager gets to take down the frame of a window we hid.
-constexpr int frameRemovalTimeoutMs = 150;
 // Idle segments kept for the next grab beyond the one in use.
 constexpr qsizetype idleSegmentsKept = 1;
 
@@ -67,36 +61,6 @@ QImage grabThroughQt(QScreen *screen)
     return image;
 }
 
-// Still framed by the window manager: its frame is on screen although we unmapped it.
-bool stillFramed(Display *dpy, Window window)
-{
-    Window root = 0, parent = 0, *children = nullptr;
-    unsigned count = 0;
-    if (!XQueryTree(dpy, window, &root, &parent, &children, &count))
-        return false;
-    if (children)
-        XFree(children);
-    XWindowAttributes attributes;
-    return parent != root && XGetWindowAttributes(dpy, parent, &attributes)
-        && attributes.map_state == IsViewable;
-}
-
-Window activeWindow(Display *dpy, Atom property)
-{
-    Atom type = 0;
-    int format = 0;
-    unsigned long count = 0, after = 0;
-    unsigned char *data = nullptr;
-    Window active = 0;
-    if (XGetWindowProperty(dpy, DefaultRootWindow(dpy), property, 0, 1, False, XA_WINDOW, &type,
-                           &format, &count, &after, &data) == Success
-        && data && format == 32 && count == 1)
-        active = Window(*reinterpret_cast<unsigned long *>(data));
-    if (data)
-        XFree(data);
-    return active;
-}
-
 } // namespace
 
 XShmScreenGrabber::XShmScreenGrabber(Display *display) : m_display(display) {}
@@ -124,37 +88,10 @@ Display *XShmScreenGrabber::display()
     return m_display;
 }
 
-void XShmScreenGrabber::waitForHiddenWindows()
-{
-    Display *dpy = display();
-    if (!dpy)
-        return;
-    QList<Window> hidden;
-    for (QWindow *window : QGuiApplication::topLevelWindows()) {
-        if (!window->isVisible() && window->handle())
-            hidden.append(Window(window->winId()));
-    }
-    if (hidden.isEmpty())
-        return;
-    // The manager also hands the focus on, raising the next window; that must be over
-    // before the screen is frozen and the selector goes on top.
-    const Atom activeProperty = XInternAtom(dpy, "_NET_ACTIVE_WINDOW", True);
-    const QDeadlineTimer deadline(frameRemovalTimeoutMs);
-    while (!deadline.hasExpired()) {
-        bool pending = activeProperty != None && hidden.contains(activeWindow(dpy, activeProperty));
-        for (qsizetype i = 0; i < hidden.size() && !pending; ++i)
-            pending = stillFramed(dpy, hidden[i]);
-        if (!pending)
-            return;
-        QThread::usleep(500);
-    }
-}
-
 QImage XShmScreenGrabber::grabScreen(QScreen *screen)
 {
     if (!screen)
         return {};
-    waitForHiddenWindows();
     if (m_shmUsable) {
         QImage image = grabShared(screen);
         if (!image.isNull())

@@ -14,9 +14,8 @@ typedef struct _XDisplay Display;
 // The image handed out is the shared segment itself, not a copy: copying a 4K frame
 // costs more than reading it. A segment is reused once every copy of its image is gone;
 // while one is still held (a selection in progress, the clipboard), the next grab gets
-// a new one. A window of ours that was just hidden stays on screen until the window
-// manager takes its frame down, so a grab first waits (briefly) for those frames to go.
-// GUI thread only, images included.
+// a new one. It reads the screen as it is: waiting for windows that are leaving is the
+// caller's (WindowExitWatcher). GUI thread only, images included.
 class XShmScreenGrabber : public ScreenGrabber {
 public:
     // display: the X connection to read from; null means Qt's own connection.
@@ -38,7 +37,6 @@ private:
     QImage grabShared(QScreen *screen);
     Display *display();
     bool checkSharedMemory();
-    void waitForHiddenWindows();
     Segment *idleSegment(const QSize &size);
     Segment *createSegment(const QSize &size);
 
