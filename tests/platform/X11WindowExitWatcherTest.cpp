@@ -1,0 +1,101 @@
+#include "TestDisplay.h"
+#include "platform/x11/X11WindowExitWatcher.h"
+
+#include <QElapsedTimer>
+#include <QGuiApplication>
+#include <QTest>
+#include <gtest/gtest.h>
+
+namespace {
+
+// This test plays the window manager from a second connection: a frame on the root with
+// the client inside, unmapped only when the test says so.
+class X11WindowExitWatcherTest : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        auto *x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
+        ASSERT_NE(x11, nullptr);
+        watcher = std::make_unique<X11WindowExitWatcher>(x11->connection());
+        ASSERT_TRUE(manager.isConnected());
+        frame = window(manager.root());
+        client = window(frame);
+        sync();
+    }
+
+    // A round trip: the server has carried out every request this connection sent.
+    void sync()
+    {
+        free(xcb_get_input_focus_reply(manager.connection(), xcb_get_input_focus(manager.connection()), nullptr));
+    }
+
+    xcb_window_t window(xcb_window_t parent)
+    {
+        xcb_connection_t *c = manager.connection();
+        const xcb_window_t id = xcb_generate_id(c);
+        xcb_create_window(c, XCB_COPY_FROM_PARENT, id, parent, 10, 10, 200, 100, 0,
+                          XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, 0, nullptr);
+        xcb_map_window(c, id);
+        return id;
+    }
+
+    void unmapFrame()
+    {
+        xcb_unmap_window(manager.connection(), frame);
+        xcb_flush(manager.connection());
+    }
+
+    void start(std::chrono::milliseconds timeout)
+    {
+        watcher->whenGone(timeout, [this] { ++finished; });
+    }
+    bool finishedWithin(int ms)
+    {
+        return QTest::qWaitFor([this] { return finished > 0; }, ms);
+    }
+
+    TestDisplay manager{QString::fromLocal8Bit(qgetenv("DISPLAY"))};
+    std::unique_ptr<X11WindowExitWatcher> watcher;
+    xcb_window_t frame = XCB_WINDOW_NONE;
+    xcb_window_t client = XCB_WINDOW_NONE;
+    int finished = 0;
+};
+
+TEST_F(X11WindowExitWatcherTest, WaitsForTheFrameThenLetsGo)
+{
+    // The app has hidden its window; the frame around it is still up.
+    xcb_unmap_window(manager.connection(), client);
+    sync();
+    watcher->leaving(WId(client));
+    start(std::chrono::milliseconds(2000));
+    // The manager has not taken the frame down yet: nothing may be frozen.
+    EXPECT_FALSE(finishedWithin(150));
+    unmapFrame();
+    EXPECT_TRUE(finishedWithin(500));
+    EXPECT_EQ(finished, 1);
+}
+
+TEST_F(X11WindowExitWatcherTest, AManagerThatNeverAnswersHoldsUpOnlyUntilTheTimeout)
+{
+    watcher->leaving(WId(client));
+    QElapsedTimer clock;
+    clock.start();
+    start(std::chrono::milliseconds(300));
+    ASSERT_TRUE(finishedWithin(3000));
+    EXPECT_GE(clock.elapsed(), 290);
+    // What it gave up on is forgotten: the next capture is not held up by it.
+    finished = 0;
+    start(std::chrono::milliseconds(300));
+    EXPECT_TRUE(finishedWithin(150));
+}
+
+TEST_F(X11WindowExitWatcherTest, AWindowAlreadyUnframedIsNotWaitedFor)
+{
+    unmapFrame();
+    sync();
+    watcher->leaving(WId(client));
+    start(std::chrono::milliseconds(2000));
+    EXPECT_TRUE(finishedWithin(150));
+}
+
+} // namespace
