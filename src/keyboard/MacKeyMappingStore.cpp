@@ -2,12 +2,14 @@
 
 #include "storage/AtomicFile.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QHash>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <optional>
 
 namespace MacKeyMappingStore {
 namespace {
@@ -58,6 +60,40 @@ QByteArray jsonString(const QString &text)
     return wrapped.mid(1, wrapped.size() - 2);
 }
 
+// Nothing when the bytes are not a list of mappings.
+std::optional<QList<MacCustomKeyMapping>> parse(const QByteArray &bytes)
+{
+    const QJsonDocument document = QJsonDocument::fromJson(bytes);
+    if (!document.isArray())
+        return std::nullopt;
+
+    QList<MacCustomKeyMapping> mappings;
+    const QJsonArray array = document.array();
+    for (const QJsonValue &value : array) {
+        if (!value.isObject())
+            return std::nullopt;
+        const QJsonObject object = value.toObject();
+        const QJsonValue source = object.value(QLatin1String("source"));
+        const QJsonValue destination = object.value(QLatin1String("destination"));
+        // All or nothing: a half-understood file is worse than none.
+        if (!source.isString() || !destination.isString())
+            return std::nullopt;
+        mappings.append({source.toString(), destination.toString()});
+    }
+    return mappings;
+}
+
+// A file that does not read as mappings may still be the user's work (a hand edit cut
+// short, say): it is kept beside the new one rather than overwritten.
+void keepDamagedFile(const QString &filePath)
+{
+    QFile file(filePath);
+    if (!file.open(QIODevice::ReadOnly) || parse(file.readAll()))
+        return;
+    const QString stamp = QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd_HH-mm-ss"));
+    QFile::copy(filePath, filePath + QStringLiteral(".damaged-") + stamp);
+}
+
 } // namespace
 
 const QList<MacKeyOption> &keys()
@@ -83,24 +119,7 @@ QList<MacCustomKeyMapping> load(const QString &filePath)
     QFile file(filePath);
     if (!file.open(QIODevice::ReadOnly))
         return {};
-    const QJsonDocument document = QJsonDocument::fromJson(file.readAll());
-    if (!document.isArray())
-        return {};
-
-    QList<MacCustomKeyMapping> mappings;
-    const QJsonArray array = document.array();
-    for (const QJsonValue &value : array) {
-        if (!value.isObject())
-            return {};
-        const QJsonObject object = value.toObject();
-        const QJsonValue source = object.value(QLatin1String("source"));
-        const QJsonValue destination = object.value(QLatin1String("destination"));
-        // All or nothing: a half-understood file is worse than none.
-        if (!source.isString() || !destination.isString())
-            return {};
-        mappings.append({source.toString(), destination.toString()});
-    }
-    return mappings;
+    return parse(file.readAll()).value_or(QList<MacCustomKeyMapping>());
 }
 
 bool save(const QString &filePath, const QList<MacCustomKeyMapping> &mappings)
@@ -115,6 +134,7 @@ bool save(const QString &filePath, const QList<MacCustomKeyMapping> &mappings)
     }
     bytes += ']';
 
+    keepDamagedFile(filePath);
     return AtomicFile::write(filePath, bytes);
 }
 

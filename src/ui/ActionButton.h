@@ -3,8 +3,9 @@
 #include <QColor>
 #include <QPushButton>
 
-// A Capture Studio button. Its title may have two lines; the second is drawn lighter,
-// as a hint under the action.
+// A borderless Capture Studio button: one 12-point semibold title, which may have two
+// lines, in the button's own text colour. A click does not take the focus; the frame
+// shows only when the keyboard brought the focus here.
 class ActionButton : public QPushButton {
 public:
     ActionButton(const QString &title, QColor background, QColor foreground, QWidget *parent = nullptr);

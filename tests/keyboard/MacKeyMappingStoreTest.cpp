@@ -65,19 +65,22 @@ TEST(MacKeyMappingFile, FilePathCreatesTheFolder)
     EXPECT_TRUE(QDir(support).exists());
 }
 
-TEST(MacKeyMappingFile, LoadsAllOrNothing)
+// A file that does not load reads as no mappings, and the first save keeps it aside.
+TEST(MacKeyMappingFile, LoadsAllOrNothingAndKeepsADamagedFileOnce)
 {
-    struct Case { const char *label; std::optional<QByteArray> content; QList<MacCustomKeyMapping> expected; };
+    struct Case { const char *label; std::optional<QByteArray> content; QList<MacCustomKeyMapping> expected; bool damaged; };
     const Case cases[] = {
         {"members in any order, extras ignored",
          R"([{"destination":"Escape","note":1,"source":"Caps Lock"},{"source":"F13","destination":"A"}])",
-         {{"Caps Lock", "Escape"}, {"F13", "A"}}},
-        {"missing", std::nullopt, {}},
-        {"not JSON", "source=Caps Lock", {}},
-        {"object, not array", R"({"source":"A","destination":"B"})", {}},
-        {"second lacks destination", R"([{"source":"A","destination":"B"},{"source":"C"}])", {}},
-        {"non-string member", R"([{"source":"A","destination":1}])", {}},
-        {"element not an object", R"([{"source":"A","destination":"B"},"C"])", {}},
+         {{"Caps Lock", "Escape"}, {"F13", "A"}}, false},
+        {"missing", std::nullopt, {}, false},
+        {"empty list", "[]", {}, false},
+        {"not JSON", "source=Caps Lock", {}, true},
+        {"truncated", R"([{"source":"Caps Lock","destination":"Esc)", {}, true},
+        {"object, not array", R"({"source":"A","destination":"B"})", {}, true},
+        {"second lacks destination", R"([{"source":"A","destination":"B"},{"source":"C"}])", {}, true},
+        {"non-string member", R"([{"source":"A","destination":1}])", {}, true},
+        {"element not an object", R"([{"source":"A","destination":"B"},"C"])", {}, true},
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(c.label);
@@ -86,6 +89,14 @@ TEST(MacKeyMappingFile, LoadsAllOrNothing)
         if (c.content)
             writeAll(path, *c.content);
         EXPECT_EQ(MacKeyMappingStore::load(path), c.expected);
+
+        for (int save = 0; save < 2; ++save)
+            ASSERT_TRUE(MacKeyMappingStore::save(path, {{"A", "B"}}));
+        const QStringList kept = QDir(dir.path()).entryList({"key-mappings.json.damaged-*"}, QDir::Files);
+        ASSERT_EQ(kept.size(), c.damaged ? 1 : 0);
+        if (c.damaged) {
+            EXPECT_EQ(readAll(dir.filePath(kept.first())), *c.content);
+        }
     }
 }
 
