@@ -49,6 +49,8 @@ void AppDelegate::applicationDidFinishLaunching()
             &CaptureCoordinator::toggleVideo);
     connect(m_mainWindow.get(), &MainWindowController::scrollingCaptureRequested, m_coordinator.get(),
             &CaptureCoordinator::captureScrollingScreenshot);
+    connect(m_mainWindow.get(), &MainWindowController::editRequested, m_coordinator.get(),
+            &CaptureCoordinator::editCapture);
 
     m_switcher = std::make_unique<ApplicationSwitcher>(*m_platform.applications);
     m_systemActions = std::make_unique<SystemActions>(*m_platform.processes, *m_platform.keys, m_platform.tools);

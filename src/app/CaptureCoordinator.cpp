@@ -1,7 +1,14 @@
 #include "app/CaptureCoordinator.h"
 
+#include "capture/library/CaptureService.h"
+#include "platform/ScreenEnvironment.h"
+
+#include <QPointer>
+
 CaptureCoordinator::CaptureCoordinator(Services services, QObject *parent)
     : QObject(parent),
+      m_service(services.service),
+      m_screens(services.screens),
       m_selector(services.screens),
       m_editors(services.clipboard, services.windowExits),
       m_screenshot({services.host, services.service, m_selector, services.grabber, services.screens,
@@ -14,6 +21,16 @@ CaptureCoordinator::~CaptureCoordinator() = default;
 void CaptureCoordinator::captureScreenshot()
 {
     m_screenshot.captureScreenshot();
+}
+
+void CaptureCoordinator::editCapture(const QString &path, const QImage &image)
+{
+    QPointer<CaptureService> service(&m_service);
+    m_editors.openEditor(image, m_screens.screenUnderCursor(), [service, path](std::optional<QImage> edited) {
+        // A failed overwrite says nothing here; the capture's own file stays as it was.
+        if (service && edited)
+            service->replaceScreenshot(*edited, path);
+    });
 }
 
 void CaptureCoordinator::captureScrollingScreenshot(bool)

@@ -35,11 +35,15 @@ public:
     // Scrolling capture and recording have their homes here; neither is built yet.
     void captureScrollingScreenshot(bool automaticWeb);
     void toggleVideo();
+    // An earlier capture into the editor; saving there overwrites its file.
+    void editCapture(const QString &path, const QImage &image);
 
     RegionSelectorController *regionSelector() const { return m_selector.current(); }
     ImageEditorController *editor() const { return m_editors.editor(); }
 
 private:
+    CaptureService &m_service;
+    const ScreenEnvironment &m_screens;
     RegionSelectorSlot m_selector;
     EditorWindowLauncher m_editors;
     ScreenshotFlow m_screenshot;

@@ -11,6 +11,8 @@
 
 #include <QDesktopServices>
 #include <QDir>
+#include <QFileInfo>
+#include <QImageReader>
 #include <QHeaderView>
 #include <QMessageBox>
 #include <QPointer>
@@ -30,6 +32,8 @@ MainWindowController::MainWindowController(HistoryDatabase &database, CaptureSer
     for (int c = 0; c < HistoryTableModel::columnTotal; ++c)
         table->horizontalHeader()->resizeSection(c, widths[c]);
 
+    table->copyHandler = [this] { copySelected(); };
+    connect(table, &QAbstractItemView::doubleClicked, this, &MainWindowController::openSelected);
     connect(m_window.get(), &MainWindow::mappingRequested, this, &MainWindowController::showMappingWindow);
     connect(m_window.get(), &MainWindow::screenshotRequested, this, &MainWindowController::screenshotRequested);
     connect(m_window.get(), &MainWindow::videoRequested, this, &MainWindowController::videoRequested);
@@ -151,4 +155,57 @@ void MainWindowController::showMappingWindow()
 void MainWindowController::refreshPermissionState()
 {
     m_keyMapping->refreshPermissionState();
+}
+
+const CaptureItem *MainWindowController::selectedItem() const
+{
+    const QModelIndexList rows = m_window->table()->selectionModel()->selectedRows();
+    if (rows.isEmpty() || rows.first().row() >= items().size())
+        return nullptr;
+    return &items().at(rows.first().row());
+}
+
+namespace {
+
+// Null when the file is gone or is not an image.
+QImage readImage(const CaptureItem &item)
+{
+    if (item.kind != CaptureKind::screenshot)
+        return {};
+    QImageReader reader(item.path);
+    reader.setAutoTransform(true);
+    return reader.read();
+}
+
+} // namespace
+
+void MainWindowController::copySelected()
+{
+    const CaptureItem *item = selectedItem();
+    if (!item)
+        return;
+    const QString name = QFileInfo(item->path).fileName();
+    const QImage image = readImage(*item);
+    if (!image.isNull()) {
+        m_capture.copyImageToPasteboard(image);
+        setStatus(QStringLiteral("Đã sao chép ảnh: ") + name);
+        return;
+    }
+    // A video, or a screenshot that no longer reads as one: the file itself.
+    m_capture.copyFileToPasteboard(item->path);
+    setStatus(QStringLiteral("Đã sao chép video: ") + name);
+}
+
+void MainWindowController::openSelected()
+{
+    const CaptureItem *item = selectedItem();
+    if (!item)
+        return;
+    const QImage image = readImage(*item);
+    if (!image.isNull()) {
+        emit editRequested(item->path, image);
+        return;
+    }
+    // Without a default application the platform says so in its own way; nothing waits here.
+    QDesktopServices::openUrl(QUrl::fromLocalFile(item->path));
 }

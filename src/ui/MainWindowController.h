@@ -3,6 +3,7 @@
 #include "capture/library/CaptureHost.h"
 #include "storage/CaptureItem.h"
 
+#include <QImage>
 #include <QList>
 #include <QObject>
 #include <QString>
@@ -51,6 +52,10 @@ public:
     void showMappingWindow();
     void refreshPermissionState();
     void reloadHistory();
+    // The selected history row: its image (or for a video, the file) onto the clipboard;
+    // a screenshot into the editor through editRequested, anything else to its application.
+    void copySelected();
+    void openSelected();
 
     const QList<CaptureItem> &items() const;
 
@@ -58,8 +63,12 @@ signals:
     void screenshotRequested();
     void videoRequested();
     void scrollingCaptureRequested(bool automaticWeb);
+    // Saving in the editor overwrites the file at path.
+    void editRequested(const QString &path, const QImage &image);
 
 private:
+    const CaptureItem *selectedItem() const;
+
     HistoryDatabase &m_database;
     CaptureService &m_capture;
     const ScreenEnvironment &m_screens;

@@ -10,7 +10,9 @@
 #include "ui/MainWindow.h"
 #include "ui/MainWindowController.h"
 
+#include <QDesktopServices>
 #include <QPushButton>
+#include <QUrl>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -102,3 +104,79 @@ TEST(HistoryTableView, CopyShortcutGoesToTheHandler)
         EXPECT_EQ(copies, c.expectedCopies) << int(c.modifiers) << " " << c.key;
     }
 }
+
+namespace {
+
+// Stands in for the desktop's default applications.
+class OpenedUrls : public QObject {
+    Q_OBJECT
+public:
+    QList<QUrl> urls;
+public slots:
+    void open(const QUrl &url) { urls.append(url); }
+};
+
+} // namespace
+
+TEST(MainWindowController, CopyAndOpenActOnTheSelectedRow)
+{
+    Fixture f;
+    const QString shot = f.dir.filePath("Screenshot_1.png");
+    QImage image(40, 30, QImage::Format_RGB32);
+    image.fill(Qt::red);
+    ASSERT_TRUE(image.save(shot));
+    const QString gone = f.dir.filePath("Screenshot_gone.png");
+    const QString video = f.dir.filePath("Recording_1.mp4");
+    // Newest first: the video, the missing screenshot, the real one.
+    f.database.add(CaptureKind::screenshot, shot);
+    f.database.add(CaptureKind::screenshot, gone);
+    f.database.add(CaptureKind::video, video);
+    f.controller.reloadHistory();
+
+    OpenedUrls opened;
+    QDesktopServices::setUrlHandler(QStringLiteral("file"), &opened, "open");
+    QList<QString> edits;
+    QObject::connect(&f.controller, &MainWindowController::editRequested,
+                     [&](const QString &path, const QImage &edited) {
+                         EXPECT_EQ(edited.convertToFormat(QImage::Format_RGB32), image);
+                         edits.append(path);
+                     });
+    HistoryTableView *table = static_cast<MainWindow *>(f.controller.window())->table();
+
+    f.controller.copySelected();   // nothing selected: nothing happens
+    f.controller.openSelected();
+    EXPECT_TRUE(f.clipboard.entries.empty());
+    EXPECT_EQ(f.controller.status(), QStringLiteral("Sẵn sàng"));
+
+    const struct {
+        int row;
+        QString status;
+        const char *format;   // what the clipboard entry carries
+        bool edits;           // opens in the editor rather than the default application
+    } cases[] = {
+        {2, "Đã sao chép ảnh: Screenshot_1.png", "image/png", true},
+        {1, "Đã sao chép video: Screenshot_gone.png", "text/uri-list", false},
+        {0, "Đã sao chép video: Recording_1.mp4", "x-special/gnome-copied-files", false},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.row);
+        const QString path = f.controller.items().at(c.row).path;
+        table->selectRow(c.row);
+        QTest::keyClick(table, Qt::Key_C, Qt::ControlModifier);
+        EXPECT_EQ(f.controller.status(), c.status);
+        ASSERT_FALSE(f.clipboard.entries.empty());
+        EXPECT_TRUE(f.clipboard.entries.back()->hasFormat(c.format));
+        if (!c.edits) {
+            EXPECT_EQ(f.clipboard.entries.back()->urls(), QList<QUrl>{QUrl::fromLocalFile(path)});
+        }
+
+        edits.clear();
+        opened.urls.clear();
+        f.controller.openSelected();
+        EXPECT_EQ(edits, c.edits ? QList<QString>{path} : QList<QString>{});
+        EXPECT_EQ(opened.urls, c.edits ? QList<QUrl>{} : QList<QUrl>{QUrl::fromLocalFile(path)});
+    }
+    QDesktopServices::unsetUrlHandler(QStringLiteral("file"));
+}
+
+#include "MainWindowControllerTest.moc"

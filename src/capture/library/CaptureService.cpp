@@ -9,6 +9,7 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QUrl>
 
 CaptureService::CaptureService(HistoryDatabase &database, ClipboardWriter &clipboard,
                                QString rootFolder, QString desktopFolder, QObject *parent)
@@ -56,4 +57,14 @@ bool CaptureService::copyImageToPasteboard(const QImage &image, const QByteArray
     if (png.isEmpty())
         return false;
     return m_clipboard.write(std::make_unique<ImageMimeData>(image, png));
+}
+
+bool CaptureService::copyFileToPasteboard(const QString &path)
+{
+    const QUrl url = QUrl::fromLocalFile(QFileInfo(path).absoluteFilePath());
+    auto data = std::make_unique<QMimeData>();
+    data->setUrls({url});
+    // GNOME's file managers paste only from their own type; "copy" keeps the original.
+    data->setData(QStringLiteral("x-special/gnome-copied-files"), "copy\n" + url.toEncoded());
+    return m_clipboard.write(std::move(data));
 }

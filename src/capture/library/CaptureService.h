@@ -40,6 +40,8 @@ public:
     bool replaceScreenshot(const QImage &image, const QString &path);
     // One clipboard entry with PNG and TIFF of the image; pngData saves encoding it again.
     bool copyImageToPasteboard(const QImage &image, const QByteArray &pngData = {});
+    // The file itself, as a file manager pastes it.
+    bool copyFileToPasteboard(const QString &path);
 
     // Sends a status text to the main window.
     void report(const QString &text);
