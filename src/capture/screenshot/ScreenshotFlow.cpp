@@ -9,7 +9,6 @@
 #include "platform/ScreenGrabber.h"
 #include "platform/WindowExitWatcher.h"
 
-
 ScreenshotFlow::ScreenshotFlow(Services services, QObject *parent)
     : QObject(parent), m_(services)
 {
