@@ -1,0 +1,145 @@
+#include "storage/ThumbnailMaker.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+namespace {
+
+const QColor background(242, 242, 242);
+const QColor paint(200, 30, 40);
+
+bool near(QColor a, QColor b, int tolerance)
+{
+    return std::abs(a.red() - b.red()) <= tolerance && std::abs(a.green() - b.green()) <= tolerance
+        && std::abs(a.blue() - b.blue()) <= tolerance;
+}
+
+QImage thumbnail(CaptureKind kind, const QString &path, qreal ratio)
+{
+    return ThumbnailMaker::image(CaptureItem{1, kind, path, {}}, {QSize(92, 54), ratio, background});
+}
+
+void expectTileShape(const QImage &tile, qreal ratio)
+{
+    EXPECT_EQ(tile.size(), QSize(qRound(92 * ratio), qRound(54 * ratio)));
+    EXPECT_EQ(tile.devicePixelRatio(), ratio);
+    EXPECT_EQ(tile.deviceIndependentSize(), QSizeF(92, 54));
+}
+
+// The smallest rectangle holding every pixel that is not the background.
+QRect paintedArea(const QImage &tile)
+{
+    QRect area;
+    for (int y = 0; y < tile.height(); ++y)
+        for (int x = 0; x < tile.width(); ++x)
+            if (tile.pixelColor(x, y) != background)
+                area |= QRect(x, y, 1, 1);
+    return area;
+}
+
+TEST(ThumbnailMaker, FitsTheImageCentredOnTheBackgroundAtDevicePixels)
+{
+    struct Case {
+        const char *name;
+        QSize source;
+        qreal ratio;
+        QSize drawn;   // device pixels
+    };
+    const Case cases[] = {
+        {"wide: full width, bands above and below", {1600, 400}, 1, {92, 23}},
+        {"small: enlarged to full height", {50, 50}, 1, {54, 54}},
+        {"tall: full height, bands left and right", {200, 1080}, 1, {10, 54}},
+        {"the tile's own shape fills it", {920, 540}, 1, {92, 54}},
+        {"wide at 2x", {1600, 400}, 2, {184, 46}},
+        {"small at 2x", {50, 50}, 2, {108, 108}},
+        {"tall at 1.5x", {200, 1080}, 1.5, {15, 81}},
+    };
+    QTemporaryDir dir;
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.name);
+        QImage source(c.source, QImage::Format_RGB32);
+        source.fill(paint);
+        const QString path = dir.filePath(QStringLiteral("%1x%2.png").arg(c.source.width()).arg(c.source.height()));
+        ASSERT_TRUE(source.save(path));
+
+        const QImage tile = thumbnail(CaptureKind::screenshot, path, c.ratio);
+        expectTileShape(tile, c.ratio);
+        const QRect area = paintedArea(tile);
+        EXPECT_EQ(area.size(), c.drawn);
+        const int left = area.left(), right = tile.width() - 1 - area.right();
+        const int top = area.top(), bottom = tile.height() - 1 - area.bottom();
+        EXPECT_LE(std::abs(left - right), 1) << left << " " << right;
+        EXPECT_LE(std::abs(top - bottom), 1) << top << " " << bottom;
+        int off = 0;
+        for (int y = area.top(); y <= area.bottom(); ++y)
+            for (int x = area.left(); x <= area.right(); ++x)
+                off += !near(tile.pixelColor(x, y), paint, 3);
+        EXPECT_EQ(off, 0);
+    }
+}
+
+// One-pixel stripes survive only if the tile is drawn at device pixels, not enlarged from 1x.
+TEST(ThumbnailMaker, StaysSharpAt2x)
+{
+    QImage stripes(184, 46, QImage::Format_RGB32);
+    for (int x = 0; x < stripes.width(); ++x)
+        for (int y = 0; y < stripes.height(); ++y)
+            stripes.setPixel(x, y, x % 2 ? qRgb(255, 255, 255) : qRgb(0, 0, 0));
+    QTemporaryDir dir;
+    ASSERT_TRUE(stripes.save(dir.filePath("stripes.png")));
+
+    const QImage tile = thumbnail(CaptureKind::screenshot, dir.filePath("stripes.png"), 2);
+    expectTileShape(tile, 2);
+    const int middle = tile.height() / 2;
+    int blurred = 0;
+    for (int x = 0; x + 1 < tile.width(); ++x)
+        blurred += std::abs(qGray(tile.pixel(x, middle)) - qGray(tile.pixel(x + 1, middle))) < 200;
+    EXPECT_EQ(blurred, 0);
+}
+
+TEST(ThumbnailMaker, DrawsThePlaceholderForAnythingItCannotShow)
+{
+    QTemporaryDir dir;
+    QImage picture(40, 40, QImage::Format_RGB32);
+    picture.fill(paint);
+    ASSERT_TRUE(picture.save(dir.filePath("picture.png")));
+    QFile notAnImage(dir.filePath("notes.png"));
+    ASSERT_TRUE(notAnImage.open(QIODevice::WriteOnly) && notAnImage.write("not a picture") > 0);
+    notAnImage.close();
+
+    struct Case {
+        const char *name;
+        CaptureKind kind;
+        QString path;
+        qreal ratio;
+    };
+    const Case cases[] = {
+        {"missing screenshot", CaptureKind::screenshot, dir.filePath("gone.png"), 1},
+        {"missing screenshot at 2x", CaptureKind::screenshot, dir.filePath("gone.png"), 2},
+        {"unreadable screenshot", CaptureKind::screenshot, notAnImage.fileName(), 1},
+        {"not a screenshot, even with a picture at its path", CaptureKind::video, dir.filePath("picture.png"), 1},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.name);
+        const QImage tile = thumbnail(c.kind, c.path, c.ratio);
+        expectTileShape(tile, c.ratio);
+        const auto at = [&](double fx, double fy) {
+            return tile.pixelColor(int(fx * tile.width()), int(fy * tile.height()));
+        };
+        const QColor grey = at(0, 0);
+        EXPECT_TRUE(grey.red() == grey.green() && grey.green() == grey.blue() && grey.red() > 50 && grey.red() < 110)
+            << grey.name().toStdString();
+        // Inside the triangle, then outside each of its three sides and in the far corner.
+        EXPECT_TRUE(near(at(0.51, 0.5), Qt::white, 0));
+        EXPECT_EQ(at(0.38, 0.5), grey);
+        EXPECT_EQ(at(0.5, 0.26), grey);
+        EXPECT_EQ(at(0.5, 0.74), grey);
+        EXPECT_EQ(at(0.74, 0.5), grey);
+        EXPECT_EQ(at(0.99, 0.99), grey);
+    }
+}
+
+} // namespace
