@@ -64,8 +64,8 @@ void X11WindowExitWatcher::whenGone(std::chrono::milliseconds timeout, std::func
             return;
         // A manager that never answers must not hold the capture up.
         m_leaving.clear();
-        poll->deleteLater();
         poll->stop();
+        poll->deleteLater();
         done();
     });
     poll->start();
