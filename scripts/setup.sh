@@ -4,7 +4,7 @@
 set -euo pipefail
 
 packages=(
-  build-essential cmake ninja-build pkg-config
+  build-essential cmake ninja-build pkg-config ccache
   qt6-base-dev qt6-base-dev-tools qt6-image-formats-plugins libqt6svg6-dev libgl-dev
   libsqlite3-dev
   libavformat-dev libavcodec-dev libavdevice-dev libavutil-dev libswscale-dev libswresample-dev libx264-dev
@@ -12,7 +12,7 @@ packages=(
   libx11-dev libxtst-dev libxext-dev libxcb1-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   xvfb xauth openbox xdotool xclip trayer pulseaudio pulseaudio-utils ffmpeg sqlite3
-  x11-xserver-utils x11-utils imagemagick python3
+  x11-xserver-utils x11-utils imagemagick python3 python3-pil chromium
   fonts-dejavu-core fonts-noto-core fonts-droid-fallback
 )
 
