@@ -14,6 +14,8 @@ CaptureCoordinator::CaptureCoordinator(Services services, QObject *parent)
       m_screenshot({services.host, services.service, m_selector, services.grabber, services.screens,
                     services.windowExits, m_editors})
 {
+    connect(&m_screenshot, &ScreenshotFlow::ended, this,
+            [this](const QString &path) { emit captureEnded(Flow::screenshot, path); });
 }
 
 CaptureCoordinator::~CaptureCoordinator() = default;

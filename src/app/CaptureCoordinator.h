@@ -38,8 +38,15 @@ public:
     // An earlier capture into the editor; saving there overwrites its file.
     void editCapture(const QString &path, const QImage &image);
 
+    // The flows a command can start and wait on.
+    enum class Flow { screenshot, scrolling, recording };
+
     RegionSelectorController *regionSelector() const { return m_selector.current(); }
     ImageEditorController *editor() const { return m_editors.editor(); }
+
+signals:
+    // A flow has run its course: the saved file, or an empty path when it saved nothing.
+    void captureEnded(CaptureCoordinator::Flow flow, const QString &savedPath);
 
 private:
     CaptureService &m_service;

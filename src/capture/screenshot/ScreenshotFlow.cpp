@@ -79,6 +79,7 @@ void ScreenshotFlow::screenshotTaken(const ScreenshotOutcome &outcome, bool wasV
 {
     if (outcome.result == ScreenshotResult::captured) {
         const auto path = m_.service.saveScreenshot(outcome.image);
+        emit ended(path.value_or(QString()));
         // A failed save reports nothing more and leaves the window hidden.
         if (!path)
             return;
@@ -93,6 +94,7 @@ void ScreenshotFlow::screenshotTaken(const ScreenshotOutcome &outcome, bool wasV
     m_.service.report(statusText(outcome.result));
     if (wasVisible)
         m_.host.showWindowCentredOn(outcome.screen);
+    emit ended({});
 }
 
 void ScreenshotFlow::editingFinished(const std::optional<QImage> &edited, const QString &path)

@@ -71,6 +71,10 @@ public:
     // The status text an unsuccessful outcome leaves.
     static QString statusText(ScreenshotResult result);
 
+signals:
+    // Once per captureScreenshot(): the saved file, or empty when nothing was saved.
+    void ended(const QString &savedPath);
+
 private:
     void screenshotTaken(const ScreenshotOutcome &outcome, bool wasVisible);
     void editingFinished(const std::optional<QImage> &edited, const QString &path);

@@ -16,6 +16,7 @@ protected:
     {
         rig.screens.pointer = screen->geometry().center();
         rig.grabber.image = coordinateImage(screen->geometry().size() * screen->devicePixelRatio());
+        QObject::connect(&rig.flow, &ScreenshotFlow::ended, [this](const QString &path) { ended << path; });
     }
 
     // Starts a capture and lets the deferred step open the selector.
@@ -32,6 +33,7 @@ protected:
 
     QScreen *screen = QGuiApplication::primaryScreen();
     ScreenshotRig rig;
+    QStringList ended;
     FakeHost &host = rig.host;
 };
 
@@ -54,6 +56,7 @@ TEST_F(ScreenshotFlowTest, ADragSavesTheRegionAndHandsItToTheEditor)
     const QString name = rig.desktopFiles().first();
     EXPECT_EQ(rig.statuses, (QStringList{ScreenshotFlow::selectingText, CaptureService::savedPrefix + name}));
     EXPECT_FALSE(host.visible);   // the editor comes to the front instead
+    EXPECT_EQ(ended, QStringList{QDir(rig.desktop()).filePath(name)});
 }
 
 TEST_F(ScreenshotFlowTest, ACancelBringsTheWindowBackOnlyIfItWasVisible)
@@ -72,6 +75,7 @@ TEST_F(ScreenshotFlowTest, ACancelBringsTheWindowBackOnlyIfItWasVisible)
         EXPECT_TRUE(rig.editors.opened.empty());
         EXPECT_TRUE(rig.desktopFiles().isEmpty());
     }
+    EXPECT_EQ(ended, (QStringList{QString(), QString()}));
 }
 
 TEST_F(ScreenshotFlowTest, AFailureTextIsLeftStanding)
