@@ -8,9 +8,9 @@ import os
 import re
 
 import harness
-import pngread
 from test_screenshot import COMMAND_4, near, paint_root, pattern_rgb, pattern_rows
 from vistrel_app import VistrelApp
+from xtools import read_png
 
 EDITOR_TITLE = "Chỉnh sửa ảnh — Vistrel"
 SYSTEM_RED = (255, 59, 48)
@@ -22,17 +22,15 @@ def find_pattern(image, x0, y0, step=1):
     """Where the root pattern's pixel (x0, y0) shows in `image`, its right and lower
     neighbours `step` pixels away. At 100 % a capture keeps its density on a screen of
     the same scale: one of its pixels is one screen pixel."""
-    wanted = bytes(pattern_rgb(x0, y0)) + b"\xff"
-    for y in range(image.height - step):
-        row = image._rows[y]
-        at = row.find(wanted)
-        while at >= 0:
-            x = at // 4
-            if (at % 4 == 0 and x + step < image.width
-                    and image.rgb(x + step, y) == pattern_rgb(x0 + 1, y0)
-                    and image.rgb(x, y + step) == pattern_rgb(x0, y0 + 1)):
-                return x, y
-            at = row.find(wanted, at + 1)
+    data, wanted = image.tobytes(), bytes(pattern_rgb(x0, y0))
+    at = data.find(wanted)
+    while at >= 0:
+        y, x = divmod(at // 3, image.width)
+        if (at % 3 == 0 and x + step < image.width and y + step < image.height
+                and image.getpixel((x + step, y)) == pattern_rgb(x0 + 1, y0)
+                and image.getpixel((x, y + step)) == pattern_rgb(x0, y0 + 1)):
+            return x, y
+        at = data.find(wanted, at + 1)
     return None
 
 
@@ -125,7 +123,7 @@ class EditorTests(harness.SystemTestCase):
                 session.x.wait_window_gone(editor.id, timeout=20)
                 harness.wait_until(lambda: read(path) != first, 20, "the capture overwritten")
 
-                image = pngread.read_png_file(path)
+                image = read_png(path)
                 x0, y0, w, h = (int(v * scale) for v in REGION)
                 self.assertEqual((image.width, image.height), (w, h))
                 # The outline is drawn in image points: its pixels are points times the scale.
@@ -133,13 +131,13 @@ class EditorTests(harness.SystemTestCase):
                 for edge, point in (("top", (150, ay)), ("bottom", (150, by)),
                                     ("left", (ax, 130)), ("right", (bx, 130))):
                     px, py = (int(v * scale) for v in point)
-                    self.assertTrue(near(image.rgb(px, py), SYSTEM_RED, 6),
-                                    "%s edge %s is %s" % (edge, (px, py), image.rgb(px, py)))
+                    self.assertTrue(near(image.getpixel((px, py)), SYSTEM_RED, 6),
+                                    "%s edge %s is %s" % (edge, (px, py), image.getpixel((px, py))))
                 # Inside and outside the outline the capture is as it was.
                 for point in ((150, 130), (ax - 10, ay - 10), (bx + 10, by + 10)):
                     px, py = (int(v * scale) for v in point)
-                    self.assertEqual(image.rgb(px, py), pattern_rgb(x0 + px, y0 + py), (px, py))
-                self.assertEqual(image.rgb(w - 1, h - 1), pattern_rgb(x0 + w - 1, y0 + h - 1))
+                    self.assertEqual(image.getpixel((px, py)), pattern_rgb(x0 + px, y0 + py), (px, py))
+                self.assertEqual(image.getpixel((w - 1, h - 1)), pattern_rgb(x0 + w - 1, y0 + h - 1))
 
                 self.assertEqual(self._clipboard_png(session), read(path))
                 self.assertEqual(history(app), [{"type": "screenshot", "path": path}])

@@ -7,10 +7,10 @@ shows the placeholder tile."""
 import os
 
 import harness
-import pngread
 from test_editor import EDITOR_TITLE, EditorTests, find_pattern, history, read
 from test_screenshot import COMMAND_4, paint_root, pattern_rows
 from vistrel_app import VistrelApp
+from xtools import read_png
 
 REGIONS = ((200, 200, 240, 160), (900, 500, 240, 160))   # points: x, y, width, height
 TABLE_ROWS_TOP = 460        # client points: the first row's top, below the header
@@ -76,9 +76,9 @@ class HistoryTests(harness.SystemTestCase):
         copied = session.scratch("copied.png")
         with open(copied, "wb") as f:
             f.write(session.x.clipboard("image/png"))
-        on_clipboard, on_disk = pngread.read_png_file(copied), pngread.read_png_file(older)
+        on_clipboard, on_disk = read_png(copied), read_png(older)
         self.assertEqual((on_clipboard.width, on_clipboard.height), (on_disk.width, on_disk.height))
-        self.assertEqual(on_clipboard._rows, on_disk._rows)
+        self.assertEqual(on_clipboard.tobytes(), on_disk.tobytes())
 
         # The newer capture's file goes away; its row shows the placeholder from the next reload.
         os.remove(rows[1]["path"])
@@ -102,7 +102,7 @@ class HistoryTests(harness.SystemTestCase):
 
         def placeholder_shown():
             shot = session.x.screenshot(session.scratch("list.png"), main.id)
-            tile = [shot.rgb(x, y) for y in range(TABLE_ROWS_TOP, TABLE_ROWS_TOP + ROW_HEIGHT)
+            tile = [shot.getpixel((x, y)) for y in range(TABLE_ROWS_TOP, TABLE_ROWS_TOP + ROW_HEIGHT)
                     for x in range(40, 152)]
             return sum(1 for rgb in tile if all(abs(c - 85) <= 3 for c in rgb)) > 1500
         harness.wait_until(placeholder_shown, 10, "the placeholder tile on the first row")

@@ -7,8 +7,8 @@ import os
 import re
 
 import harness
-import pngread
 from vistrel_app import KEY_SUPER_L, VistrelApp, chord
+from xtools import read_png
 
 KEY_4 = 13
 COMMAND_4 = chord(KEY_SUPER_L, KEY_4)          # physical Command+4
@@ -247,10 +247,10 @@ class ScreenshotTests(harness.SystemTestCase):
                 self.assertEqual(len(names), 1)
                 self.assertRegex(names[0], NAME)
                 path = os.path.join(session.desktop_dir, names[0])
-                image = pngread.read_png_file(path)
+                image = read_png(path)
                 self.assertEqual((image.width, image.height), (w, h))
                 wrong = [(x, y) for y in range(h) for x in range(w)
-                         if image.rgb(x, y) != pattern_rgb(x0 + x, y0 + y)]
+                         if image.getpixel((x, y)) != pattern_rgb(x0 + x, y0 + y)]
                 self.assertEqual(wrong[:5], [], "%d pixels differ from the pattern" % len(wrong))
 
                 harness.wait_until(lambda: {"image/png", "image/tiff"}
@@ -270,10 +270,10 @@ class ScreenshotTests(harness.SystemTestCase):
         self._drag(session, x0, y0, x0 + w, y0 + h)
         names = harness.wait_until(lambda: len(self._desktop_pngs(session)) == count
                                    and self._desktop_pngs(session), 20, "PNG number %d" % count)
-        image = pngread.read_png_file(os.path.join(session.desktop_dir, names[-1]))
+        image = read_png(os.path.join(session.desktop_dir, names[-1]))
         self.assertEqual((image.width, image.height), (w, h))
         wrong = sum(1 for y in range(0, h, 2) for x in range(0, w, 2)
-                    if image.rgb(x, y) != pattern_rgb(x0 + x, y0 + y))
+                    if image.getpixel((x, y)) != pattern_rgb(x0 + x, y0 + y))
         self.assertEqual(wrong, 0, "%d sampled pixels of shot %d are not the pattern" % (wrong, count))
 
     def test_windows_that_stepped_aside_are_not_in_the_shot(self):
@@ -310,14 +310,14 @@ class ScreenshotTests(harness.SystemTestCase):
             self._drag(session, x0, y0, x1, y1)
             names = harness.wait_until(lambda: self._desktop_pngs(session), 20,
                                        "a PNG on the Desktop")
-            image = pngread.read_png_file(os.path.join(session.desktop_dir, names[0]))
-            r, g, b = image.rgb(0, 0)
+            image = read_png(os.path.join(session.desktop_dir, names[0]))
+            r, g, b = image.getpixel((0, 0))
             left, top = ((b >> 4) << 8) | r, ((b & 15) << 8) | g   # the pattern's own position
             self.assertTrue(x0 - 1 <= left <= x0 and y0 - 1 <= top <= y0, (left, top))
             right, bottom = left + image.width, top + image.height
             self.assertTrue(x1 <= right <= x1 + 1 and y1 <= bottom <= y1 + 1, (right, bottom))
             wrong = [(x, y) for y in range(image.height) for x in range(image.width)
-                     if image.rgb(x, y) != pattern_rgb(left + x, top + y)]
+                     if image.getpixel((x, y)) != pattern_rgb(left + x, top + y)]
             self.assertEqual(wrong[:5], [])
 
     def test_escape_writes_nothing_and_restores_only_a_visible_window(self):
@@ -354,8 +354,8 @@ class ScreenshotTests(harness.SystemTestCase):
         def drawn():
             # Only the drag's last point reaches y = 620, so this border proves it is painted.
             image = session.x.screenshot(shot)
-            if not near(image.rgb(800, 620), BLUE):
-                raise AssertionError("bottom border is %s" % (image.rgb(800, 620),))
+            if not near(image.getpixel((800, 620)), BLUE):
+                raise AssertionError("bottom border is %s" % (image.getpixel((800, 620)),))
             return image
         image = harness.wait_until(drawn, 20, "the selection's bottom border on screen")
         options = self.options or harness.default_options()
@@ -371,10 +371,10 @@ class ScreenshotTests(harness.SystemTestCase):
                 ("bottom border", (800, 620), BLUE),
                 ("outside", (300, 700), dimmed(300, 700)),
                 ("below", (800, 900), dimmed(800, 900))):
-            self.assertTrue(near(image.rgb(x, y), expected),
-                            "%s: %s is not %s" % (what, image.rgb(x, y), expected))
+            self.assertTrue(near(image.getpixel((x, y)), expected),
+                            "%s: %s is not %s" % (what, image.getpixel((x, y)), expected))
         # The size label sits just above the top-left corner, white on dark.
-        label = image.count(lambda p: min(p[:3]) > 200, (608, 260, 120, 34))
+        label = sum(1 for p in image.crop((608, 260, 728, 294)).getdata() if min(p) > 200)
         self.assertGreater(label, 10)
         session.x.key("Escape")
         session.x.run(["xdotool", "mouseup", "1"])

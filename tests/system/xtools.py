@@ -11,7 +11,8 @@ import shutil
 import subprocess
 from dataclasses import dataclass, field
 
-import pngread
+from PIL import Image
+
 from procs import WaitTimeout, wait_until
 
 
@@ -277,15 +278,20 @@ class Display:
 
     def screenshot(self, path, wid=None):
         """Saves the root window (or one window) as an 8-bit RGB PNG and decodes it."""
-        # Unfiltered rows keep decoding fast in pure Python.
-        self.run(["import", "-window", "root" if wid is None else str(wid),
-                  "-define", "png:compression-filter=0", "png24:" + path], timeout=30)
-        return pngread.read_png_file(path)
+        self.run(["import", "-window", "root" if wid is None else str(wid), "png24:" + path],
+                 timeout=30)
+        return read_png(path)
 
     def pixel(self, wid, x, y, scale, scratch_path):
         """Colour of a client point (in points) of a window, read from the screen."""
         image = self.screenshot(scratch_path, wid)
-        return image.rgb(int(round(x * scale)), int(round(y * scale)))
+        return image.getpixel((int(round(x * scale)), int(round(y * scale))))
+
+
+def read_png(path):
+    """The image at `path` as 8-bit RGB; getpixel((x, y)) gives an (r, g, b) tuple."""
+    with Image.open(path) as image:
+        return image.convert("RGB")
 
 
 def sqlite_rows(db_path, sql):
