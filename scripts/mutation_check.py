@@ -1,0 +1,259 @@
+#!/usr/bin/env python3
+"""Measures how many small, deliberate faults the tests catch.
+
+A fixed, seeded set of mutants (flipped comparisons, off-by-one, dropped calls, swapped
+arguments, inverted booleans) is drawn round-robin across every folder of src/ and tools/.
+Each mutant is applied to a scratch copy, built, and the test labels of its folder are run;
+a failing or hanging run kills it. A mutant that does not compile is skipped for the next in
+the order, so the set stays the same for the same sources and seed: the printed fingerprint
+shows it. System tests are not run: they take a minute, and the unit tests are the net.
+
+Too slow for CI: about half a minute per mutant on two cores.
+"""
+
+import argparse
+import hashlib
+import os
+import random
+import re
+import shutil
+import subprocess
+import sys
+import time
+
+ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
+
+# (kind, pattern, replacement); patterns run on code with strings and comments blanked.
+OPERATORS = [
+    ("flip ==", re.compile(r"(?<![=!<>])==(?!=)"), "!="),
+    ("flip !=", re.compile(r"!=(?!=)"), "=="),
+    ("boundary <=", re.compile(r"(?<=\s)<=(?=\s)"), "<"),
+    ("boundary >=", re.compile(r"(?<=\s)>=(?=\s)"), ">"),
+    ("boundary <", re.compile(r"(?<=\s)<(?=\s)"), "<="),
+    ("boundary >", re.compile(r"(?<=\s)>(?=\s)"), ">="),
+    ("flip &&", re.compile(r"&&"), "||"),
+    ("flip ||", re.compile(r"\|\|"), "&&"),
+    ("off by one +", re.compile(r"(?<=\s)\+ 1\b"), "- 1"),
+    ("off by one -", re.compile(r"(?<=\s)- 1\b"), "+ 1"),
+    ("invert true", re.compile(r"\btrue\b"), "false"),
+    ("invert false", re.compile(r"\bfalse\b"), "true"),
+    ("swap arguments", re.compile(r"\b(\w+)\((\w+), (\w+)\)"), None),
+    ("drop call", re.compile(r"^(\s*)((?:emit\s+)?[\w:]+(?:(?:\.|->)\w+)*\(.*\);)\s*$"), None),
+]
+KEYWORDS = {"if", "while", "for", "switch", "return", "sizeof", "static_cast", "Q_ASSERT",
+            "Q_UNUSED", "delete", "new", "case"}
+
+# Which tests guard each folder; a regex over CTest labels.
+LABELS = [
+    ("src/platform/x11", "^x11"),
+    ("src/platform", "^unit:platform|^x11"),
+    ("src/capture", "^unit:capture|^x11:capture"),
+    ("src/editor", "^unit:editor"),
+    ("src/", None),            # src/<folder> -> ^unit:<folder>
+    ("tools/keymap", "^unit:keymap"),
+]
+
+
+def labels_for(path):
+    for prefix, labels in LABELS:
+        if path.startswith(prefix):
+            return labels or "^unit:" + path.split("/")[1]
+    raise ValueError(path)
+
+
+def subsystem(path):
+    parts = path.split("/")
+    return "/".join(parts[:3]) if parts[1] in ("capture", "editor", "platform") and len(parts) > 3 \
+        else "/".join(parts[:2])
+
+
+def blank_strings_and_comments(line):
+    """The line with string/char literals and // comments replaced by spaces."""
+    out, quote, i = [], None, 0
+    while i < len(line):
+        c = line[i]
+        if quote:
+            if c == "\\":
+                out.append("  ")
+                i += 2
+                continue
+            if c == quote:
+                quote = None
+            out.append(" ")
+        elif c in "\"'":
+            quote = c
+            out.append(" ")
+        elif line.startswith("//", i):
+            out.append(" " * (len(line) - i))
+            break
+        else:
+            out.append(c)
+        i += 1
+    return "".join(out)
+
+
+def sources():
+    for top in ("src", "tools"):
+        for folder, _, files in sorted(os.walk(os.path.join(ROOT, top))):
+            for name in sorted(files):
+                if name.endswith(".cpp") and "/fake" not in folder and not name.startswith("main"):
+                    yield os.path.relpath(os.path.join(folder, name), ROOT)
+
+
+def candidates(path):
+    """Every mutant of one file as (path, line number, kind, new line, old line stripped)."""
+    with open(os.path.join(ROOT, path), encoding="utf-8") as f:
+        lines = f.read().split("\n")
+    found = []
+    for number, line in enumerate(lines, 1):
+        stripped = line.strip()
+        if not stripped or stripped.startswith(("#", "//", "*", "/*", "Q_")):
+            continue
+        code = blank_strings_and_comments(line)
+        for kind, pattern, replacement in OPERATORS:
+            for match in pattern.finditer(code):
+                if kind == "drop call":
+                    head = match.group(2).split("(")[0].split()[-1].split(".")[0].split("->")[0]
+                    previous = next((l.strip() for l in reversed(lines[:number - 1]) if l.strip()), "")
+                    if (head in KEYWORDS or "=" in code.split("(")[0]
+                            or not previous.endswith((";", "{", "}", ":"))):   # a continuation line
+                        continue
+                    new = match.group(1) + ";"
+                elif kind == "swap arguments":
+                    a, b = match.group(2), match.group(3)
+                    if a == b or match.group(1) in KEYWORDS:
+                        continue
+                    new = line[:match.start()] + "%s(%s, %s)" % (match.group(1), b, a) + line[match.end():]
+                else:
+                    new = line[:match.start()] + replacement + line[match.end():]
+                found.append((path, number, kind, new, stripped))
+    return found
+
+
+def round_robin(pools):
+    order, keys = [], sorted(pools)
+    while any(pools.values()):
+        for key in keys:
+            if pools[key]:
+                order.append(pools[key].pop())
+    return order
+
+
+def draw(seed):
+    """Every candidate in a seeded order that alternates between subsystems and, within
+    one, between kinds of fault, so any prefix is spread across both."""
+    rng = random.Random(seed)
+    pools = {}
+    for path in sources():
+        by_kind = {}
+        for mutant in candidates(path):
+            by_kind.setdefault(mutant[2].split()[0], []).append(mutant)
+        for group in by_kind.values():
+            pools.setdefault(subsystem(path), {}).setdefault(group[0][2].split()[0], []).extend(group)
+    for key in sorted(pools):
+        for kind in sorted(pools[key]):
+            rng.shuffle(pools[key][kind])
+        pools[key] = list(reversed(round_robin(pools[key])))
+    return round_robin(pools)
+
+
+def test_share():
+    def count(top, suffixes):
+        total = 0
+        for folder, _, files in os.walk(os.path.join(ROOT, top)):
+            for name in files:
+                if name.endswith(suffixes):
+                    with open(os.path.join(folder, name), encoding="utf-8", errors="replace") as f:
+                        total += sum(1 for line in f if line.strip())
+        return total
+    code = count("src", (".cpp", ".h")) + count("tools", (".cpp", ".h"))
+    cpp_tests = count("tests", (".cpp", ".h"))
+    py_tests = count("tests", (".py",))
+    return code, cpp_tests, py_tests
+
+
+def run(cmd, cwd, timeout=None):
+    return subprocess.run(cmd, cwd=cwd, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
+                          timeout=timeout).returncode
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.split("\n")[0])
+    parser.add_argument("--count", type=int, default=150)
+    parser.add_argument("--seed", type=int, default=20261123)
+    parser.add_argument("--work", default=os.path.join(ROOT, "build-mutation"),
+                        help="scratch checkout and build (reused between runs)")
+    parser.add_argument("--list", action="store_true", help="print the mutant set and stop")
+    parser.add_argument("--jobs", type=int, default=os.cpu_count() or 2)
+    args = parser.parse_args()
+
+    code, cpp_tests, py_tests = test_share()
+    print("test share: %d test lines (C++ %d, Python %d) to %d code lines = %.2f (C++ alone %.2f)"
+          % (cpp_tests + py_tests, cpp_tests, py_tests, code, (cpp_tests + py_tests) / code,
+             cpp_tests / code), flush=True)
+
+    order = draw(args.seed)
+    if args.list:
+        for path, number, kind, new, old in order[:args.count]:
+            print("%s:%d  %-14s %s  ->  %s" % (path, number, kind, old, new.strip()))
+        return 0
+
+    tree = os.path.join(args.work, "tree")
+    build = os.path.join(args.work, "build")
+    if os.path.exists(tree):
+        shutil.rmtree(tree)
+    shutil.copytree(ROOT, tree, ignore=shutil.ignore_patterns("build*", ".git"))
+    env = dict(os.environ, VISTREL_BUILD_DIR=build)
+    print("building the unmutated tree in %s" % build, flush=True)
+    subprocess.run([os.path.join(tree, "scripts", "build.sh"), "-j%d" % args.jobs], env=env, check=True,
+                   stdout=subprocess.DEVNULL)
+    if run(["ctest", "-j%d" % args.jobs, "-LE", "system"], build) != 0:
+        sys.exit("the unmutated tree fails its tests; fix that first")
+
+    results, per_subsystem, stillborn = [], {}, 0
+    fingerprint = hashlib.sha256()
+    for path, number, kind, new, old in order:
+        if len(results) == args.count:
+            break
+        key = subsystem(path)
+        target = os.path.join(tree, path)
+        with open(target, encoding="utf-8") as f:
+            original = f.read()
+        lines = original.split("\n")
+        lines[number - 1] = new
+        with open(target, "w", encoding="utf-8") as f:
+            f.write("\n".join(lines))
+        started = time.monotonic()
+        try:
+            if run(["ninja", "-j%d" % args.jobs], build) != 0:
+                stillborn += 1
+                continue
+            fingerprint.update(("%s:%d:%s\n" % (path, number, new)).encode())
+            try:
+                failed = run(["ctest", "-j%d" % args.jobs, "-L", labels_for(path), "--timeout", "60"],
+                             build, timeout=600) != 0
+            except subprocess.TimeoutExpired:
+                failed = True
+            results.append((path, number, kind, new.strip(), failed))
+            per_subsystem.setdefault(key, []).append(failed)
+            print("%-8s %5.1fs  %s:%d  %s: %s  ->  %s" % (
+                "killed" if failed else "SURVIVED", time.monotonic() - started, path, number, kind,
+                old, new.strip()), flush=True)
+        finally:
+            with open(target, "w", encoding="utf-8") as f:
+                f.write(original)
+    run(["ninja", "-j%d" % args.jobs], build)
+
+    killed = sum(1 for r in results if r[4])
+    print("\nper folder:")
+    for key in sorted(per_subsystem):
+        outcome = per_subsystem[key]
+        print("  %-24s %d/%d" % (key, sum(outcome), len(outcome)))
+    print("\nmutant set %s: %d mutants (%d did not compile and were replaced)"
+          % (fingerprint.hexdigest()[:12], len(results), stillborn))
+    print("kill rate: %d/%d = %.1f%%" % (killed, len(results), 100.0 * killed / max(1, len(results))))
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
