@@ -198,11 +198,13 @@ def main():
             print("%s:%d  %-14s %s  ->  %s" % (path, number, kind, old, new.strip()))
         return 0
 
+    # The build sits inside the copy, as in a checkout, so ccache finds the same relative paths.
     tree = os.path.join(args.work, "tree")
-    build = os.path.join(args.work, "build")
+    build = os.path.join(tree, "build")
     if os.path.exists(tree):
         shutil.rmtree(tree)
-    shutil.copytree(ROOT, tree, ignore=shutil.ignore_patterns("build*", ".git"))
+    shutil.copytree(ROOT, tree, ignore=lambda folder, names: [
+        n for n in names if n == ".git" or (folder == ROOT and n.startswith("build") and n != "build.sh")])
     env = dict(os.environ, VISTREL_BUILD_DIR=build)
     print("building the unmutated tree in %s" % build, flush=True)
     subprocess.run([os.path.join(tree, "scripts", "build.sh"), "-j%d" % args.jobs], env=env, check=True,
