@@ -35,7 +35,7 @@ COMMAND_5 = chord(KEY_SUPER_L, 14)
 def preset_for(width, height):
     """The same choice as the app's writer."""
     pixels = width * height
-    return "veryfast" if pixels <= 1280 * 720 else "superfast" if pixels <= 1920 * 1080 else "ultrafast"
+    return "superfast" if pixels <= 1280 * 720 else "ultrafast"
 
 
 def play_content(session, width, height):
@@ -155,7 +155,7 @@ def main():
     session = harness.Session(args.build_dir, screen=(width, height)).start()
     try:
         app = VistrelApp(session)
-        app.launch()
+        app.process = session.launch("vistrel", (), extra_env={"VDEBUG": "1"} if os.environ.get("VDEBUG") else None)
         main_window, mapping = app.wait_ready()
         session.x.activate(mapping.id)
         session.x.key("alt+F4")
@@ -166,6 +166,8 @@ def main():
         results["vistrel"] = measure(path, cpu)
         path, cpu = record_with_ffmpeg(session, args.seconds, width, height, session.scratch("ffmpeg.mp4"))
         results["ffmpeg"] = measure(path, cpu)
+        if os.environ.get("VDEBUG"):
+            open("/tmp/vlog.txt", "w").write(app.process.log_text())
     finally:
         session.close()
     print("%s, %d s each, preset %s" % (args.size, args.seconds, preset_for(width, height)))
