@@ -132,7 +132,8 @@ def offsets(path):
     end = pairs[-1][0]
     first = [o for t, o in pairs if t < 10]
     last = [o for t, o in pairs if t > end - 10]
-    return statistics.median(first) * 1000, statistics.median(last) * 1000
+    median = lambda values: statistics.median(values) * 1000 if values else float("nan")
+    return median(first), median(last)
 
 
 def measure(path, cpu):
