@@ -116,7 +116,7 @@ BENCHMARK(BM_ReloadFullCache)->Unit(benchmark::kMillisecond);
 void BM_TileFrom4kPng(benchmark::State &state)
 {
     const CaptureItem item = captures().first();
-    const ThumbnailMaker::Tile tile{QSize(92, 54), qreal(state.range(0)), QColor(242, 242, 242)};
+    const ThumbnailMaker::Tile tile{QSize(92, 54), qreal(state.range(0)), QColor(242, 242, 242), {}};
     for (auto _ : state)
         benchmark::DoNotOptimize(ThumbnailMaker::image(item, tile));
 }

@@ -40,9 +40,13 @@ void AppDelegate::applicationDidFinishLaunching()
     m_mainWindow = std::make_unique<MainWindowController>(m_database, *m_capture, m_remapper, *m_platform.screens,
                                                           *m_platform.windowExits,
                                                           MacKeyMappingStore::filePath(m_paths.applicationSupport));
+    if (VideoFrameDecoder *frames = m_platform.videoFrames.get())
+        m_mainWindow->setVideoFrameReader([frames](const QString &path, double seconds) {
+            return frames->frameAt(path, seconds);
+        });
     m_coordinator = std::make_unique<CaptureCoordinator>(CaptureCoordinator::Services{
         *m_mainWindow, *m_capture, *m_platform.screenGrabber, *m_platform.screens, *m_platform.clipboard,
-        *m_platform.windowExits});
+        *m_platform.windowExits, *m_platform.recording});
     connect(m_mainWindow.get(), &MainWindowController::screenshotRequested, m_coordinator.get(),
             &CaptureCoordinator::captureScreenshot);
     connect(m_mainWindow.get(), &MainWindowController::videoRequested, m_coordinator.get(),

@@ -4,6 +4,7 @@
 #include "platform/ScreenEnvironment.h"
 
 #include <QPointer>
+#include <QTimer>
 
 CaptureCoordinator::CaptureCoordinator(Services services, QObject *parent)
     : QObject(parent),
@@ -12,10 +13,16 @@ CaptureCoordinator::CaptureCoordinator(Services services, QObject *parent)
       m_selector(services.screens),
       m_editors(services.clipboard, services.windowExits),
       m_screenshot({services.host, services.service, m_selector, services.grabber, services.screens,
-                    services.windowExits, m_editors})
+                    services.windowExits, m_editors}),
+      m_recording({services.host, services.service, m_selector, services.grabber, services.screens,
+                   services.windowExits, services.recording})
 {
     connect(&m_screenshot, &ScreenshotFlow::ended, this,
             [this](const QString &path) { emit captureEnded(Flow::screenshot, path); });
+    connect(&m_recording, &RecordingFlow::ended, this,
+            [this](const QString &path) { emit captureEnded(Flow::recording, path); });
+    // A recording the last run could not finish is finished once the window is up.
+    QTimer::singleShot(0, &m_recording, &RecordingFlow::recoverInterrupted);
 }
 
 CaptureCoordinator::~CaptureCoordinator() = default;
@@ -41,4 +48,5 @@ void CaptureCoordinator::captureScrollingScreenshot(bool)
 
 void CaptureCoordinator::toggleVideo()
 {
+    m_recording.toggleVideo();
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/EditorWindowLauncher.h"
+#include "capture/recording/RecordingFlow.h"
 #include "capture/screenshot/ScreenshotFlow.h"
 #include "capture/selector/RegionSelectorSlot.h"
 
@@ -9,6 +10,7 @@
 class CaptureHost;
 class CaptureService;
 class ClipboardWriter;
+class RecordingBackend;
 class ScreenEnvironment;
 class ScreenGrabber;
 class WindowExitWatcher;
@@ -26,14 +28,16 @@ public:
         const ScreenEnvironment &screens;
         ClipboardWriter &clipboard;
         WindowExitWatcher &windowExits;
+        RecordingBackend &recording;
     };
 
     explicit CaptureCoordinator(Services services, QObject *parent = nullptr);
     ~CaptureCoordinator() override;
 
     void captureScreenshot();
-    // Scrolling capture and recording have their homes here; neither is built yet.
+    // Scrolling capture has its home here; it is not built yet.
     void captureScrollingScreenshot(bool automaticWeb);
+    // Starts a recording, or stops the one running.
     void toggleVideo();
     // An earlier capture into the editor; saving there overwrites its file.
     void editCapture(const QString &path, const QImage &image);
@@ -43,6 +47,7 @@ public:
 
     RegionSelectorController *regionSelector() const { return m_selector.current(); }
     ImageEditorController *editor() const { return m_editors.editor(); }
+    RecordingFlow &recording() { return m_recording; }
 
 signals:
     // A flow has run its course: the saved file, or an empty path when it saved nothing.
@@ -54,4 +59,5 @@ private:
     RegionSelectorSlot m_selector;
     EditorWindowLauncher m_editors;
     ScreenshotFlow m_screenshot;
+    RecordingFlow m_recording;
 };

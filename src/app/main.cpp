@@ -1,6 +1,8 @@
 #include "app/AppDelegate.h"
 #include "app/SingleInstance.h"
 #include "platform/TerminationSignals.h"
+#include "platform/ffmpeg/FfmpegRecordingBackend.h"
+#include "platform/ffmpeg/FfmpegVideoFrameDecoder.h"
 #include "platform/x11/X11Platform.h"
 #include "storage/AppPaths.h"
 
@@ -20,6 +22,8 @@ int main(int argc, char **argv)
         return 0;
 
     std::unique_ptr<Platform> platform = createX11Platform();
+    platform->recording = std::make_unique<FfmpegRecordingBackend>(qgetenv("DISPLAY"));
+    platform->videoFrames = std::make_unique<FfmpegVideoFrameDecoder>();
     AppDelegate delegate(*platform, AppPaths::standard());
     instance.onReopen = [&delegate] { delegate.applicationShouldHandleReopen(); };
     instance.listen();

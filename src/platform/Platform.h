@@ -5,8 +5,10 @@
 #include "platform/HotKeyService.h"
 #include "platform/KeySynthesizer.h"
 #include "platform/ProcessRunner.h"
+#include "platform/RecordingBackend.h"
 #include "platform/ScreenEnvironment.h"
 #include "platform/ScreenGrabber.h"
+#include "platform/VideoFrameDecoder.h"
 #include "platform/WindowExitWatcher.h"
 
 #include <QString>
@@ -30,4 +32,6 @@ struct Platform {
     std::unique_ptr<ScreenEnvironment> screens;
     std::unique_ptr<ClipboardWriter> clipboard;
     std::unique_ptr<WindowExitWatcher> windowExits;
+    std::unique_ptr<RecordingBackend> recording;
+    std::unique_ptr<VideoFrameDecoder> videoFrames;
 };

@@ -73,19 +73,13 @@ QImage screenshot(const QString &path, QSize tilePixels)
     return reader.read();
 }
 
-// Where a video decoder plugs in: the frame 0.2 s into the file. None is linked yet, so
-// every video shows the placeholder.
-QImage videoFrame(const QString &)
-{
-    return {};
-}
-
 } // namespace
 
 QImage image(const CaptureItem &item, const Tile &tile)
 {
     const QImage source = item.kind == CaptureKind::screenshot ? screenshot(item.path, devicePixels(tile))
-                                                               : videoFrame(item.path);
+                                                               : tile.videoFrame ? tile.videoFrame(item.path, videoFrameSeconds)
+                                                                               : QImage();
     return source.isNull() ? placeholder(tile) : fitted(source, tile);
 }
 

@@ -10,7 +10,7 @@
 
 HistoryTableModel::HistoryTableModel(QObject *parent)
     : QAbstractTableModel(parent),
-      m_tile{QSize(92, 54), qGuiApp->devicePixelRatio(), Theme::windowBackground()}
+      m_tile{QSize(92, 54), qGuiApp->devicePixelRatio(), Theme::windowBackground(), {}}
 {
     // Leave a core for the GUI thread.
     m_workers.setMaxThreadCount(std::max(1, QThread::idealThreadCount() - 1));

@@ -22,6 +22,8 @@ public:
     ~HistoryTableModel() override;
 
     void setItems(QList<CaptureItem> items);
+    // How video rows get their picture; set before the first rows.
+    void setVideoFrameReader(std::function<QImage(const QString &, double)> reader) { m_tile.videoFrame = std::move(reader); }
     const QList<CaptureItem> &items() const { return m_items; }
 
     int rowCount(const QModelIndex &parent = {}) const override;

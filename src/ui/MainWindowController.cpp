@@ -157,6 +157,13 @@ void MainWindowController::refreshPermissionState()
     m_keyMapping->refreshPermissionState();
 }
 
+void MainWindowController::setVideoFrameReader(std::function<QImage(const QString &, double)> reader)
+{
+    m_model->setVideoFrameReader(std::move(reader));
+    m_model->setItems({});
+    reloadHistory();
+}
+
 const CaptureItem *MainWindowController::selectedItem() const
 {
     const QModelIndexList rows = m_window->table()->selectionModel()->selectedRows();

@@ -7,6 +7,7 @@
 #include <QList>
 #include <QObject>
 #include <QString>
+#include <functional>
 #include <memory>
 
 class CaptureService;
@@ -52,6 +53,8 @@ public:
     void showMappingWindow();
     void refreshPermissionState();
     void reloadHistory();
+    // Gives video rows their frame thumbnails; the rows shown are made again.
+    void setVideoFrameReader(std::function<QImage(const QString &, double)> reader);
     // The selected history row: its image (or for a video, the file) onto the clipboard;
     // a screenshot into the editor through editRequested, anything else to its application.
     void copySelected();

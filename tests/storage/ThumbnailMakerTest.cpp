@@ -17,9 +17,19 @@ bool near(QColor a, QColor b, int tolerance)
         && std::abs(a.blue() - b.blue()) <= tolerance;
 }
 
+// Videos read through a stand-in decoder: "clip.mp4" has a wide blue frame at 0.2 s.
+QImage videoFrame(const QString &path, double seconds)
+{
+    if (!path.endsWith("clip.mp4") || seconds != ThumbnailMaker::videoFrameSeconds)
+        return {};
+    QImage frame(160, 90, QImage::Format_RGB32);
+    frame.fill(Qt::blue);
+    return frame;
+}
+
 QImage thumbnail(CaptureKind kind, const QString &path, qreal ratio)
 {
-    return ThumbnailMaker::image(CaptureItem{1, kind, path, {}}, {QSize(92, 54), ratio, background});
+    return ThumbnailMaker::image(CaptureItem{1, kind, path, {}}, {QSize(92, 54), ratio, background, videoFrame});
 }
 
 void expectTileShape(const QImage &tile, qreal ratio)
@@ -100,6 +110,19 @@ TEST(ThumbnailMaker, StaysSharpAt2x)
     EXPECT_EQ(blurred, 0);
 }
 
+TEST(ThumbnailMaker, VideoShowsItsFrameFittedAtTheTile)
+{
+    for (const qreal ratio : {1.0, 2.0}) {
+        const QImage tile = thumbnail(CaptureKind::video, "/videos/clip.mp4", ratio);
+        expectTileShape(tile, ratio);
+        // 16:9 in 92 × 54 fills the width, with thin bands of background above and below.
+        EXPECT_EQ(tile.pixelColor(tile.width() / 2, tile.height() / 2), QColor(Qt::blue));
+        EXPECT_EQ(tile.pixelColor(1, tile.height() / 2), QColor(Qt::blue));
+        EXPECT_TRUE(near(tile.pixelColor(tile.width() / 2, 0), background, 2));
+    }
+    EXPECT_NE(thumbnail(CaptureKind::screenshot, "/videos/clip.mp4", 1).pixelColor(46, 27), QColor(Qt::blue));
+}
+
 TEST(ThumbnailMaker, DrawsThePlaceholderForAnythingItCannotShow)
 {
     QTemporaryDir dir;
@@ -121,6 +144,7 @@ TEST(ThumbnailMaker, DrawsThePlaceholderForAnythingItCannotShow)
         {"missing screenshot at 2x", CaptureKind::screenshot, dir.filePath("gone.png"), 2},
         {"unreadable screenshot", CaptureKind::screenshot, notAnImage.fileName(), 1},
         {"not a screenshot, even with a picture at its path", CaptureKind::video, dir.filePath("picture.png"), 1},
+        {"a video without a frame", CaptureKind::video, dir.filePath("other.mp4"), 1},
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(c.name);

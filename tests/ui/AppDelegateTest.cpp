@@ -6,6 +6,7 @@
 #include "platform/fake/FakeHotKeyService.h"
 #include "platform/fake/FakeKeySynthesizer.h"
 #include "platform/fake/FakeProcessRunner.h"
+#include "platform/fake/FakeRecording.h"
 #include "platform/fake/FakeScreenEnvironment.h"
 #include "platform/fake/FakeScreenGrabber.h"
 #include "ui/MainWindowController.h"
@@ -42,6 +43,7 @@ struct Fixture {
         platform.screens = std::make_unique<FakeScreenEnvironment>();
         platform.clipboard = std::make_unique<FakeClipboard>();
         platform.windowExits = std::make_unique<WindowExitWatcher>();
+        platform.recording = std::make_unique<FakeRecordingBackend>();
         AppPaths paths{dir.filePath("support"), dir.filePath("documents"), dir.filePath("Desktop")};
         delegate = std::make_unique<AppDelegate>(platform, paths);
     }

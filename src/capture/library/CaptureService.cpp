@@ -39,6 +39,13 @@ std::optional<QString> CaptureService::saveScreenshot(const QImage &image, const
     return path;
 }
 
+void CaptureService::addVideo(const QString &path)
+{
+    m_database.add(CaptureKind::video, path);
+    if (onHistoryChanged)
+        onHistoryChanged();
+}
+
 bool CaptureService::replaceScreenshot(const QImage &image, const QString &path)
 {
     const QByteArray png = PngEncoder::encode(image);

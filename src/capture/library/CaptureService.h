@@ -43,6 +43,9 @@ public:
     // The file itself, as a file manager pastes it.
     bool copyFileToPasteboard(const QString &path);
 
+    // A finished recording's history row; the list reloads.
+    void addVideo(const QString &path);
+
     // Sends a status text to the main window.
     void report(const QString &text);
 

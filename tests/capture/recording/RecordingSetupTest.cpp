@@ -1,0 +1,88 @@
+#include "capture/recording/InterruptedRecordings.h"
+#include "capture/recording/RecordingHUDController.h"
+#include "capture/recording/RecordingSetup.h"
+#include "platform/fake/FakeRecording.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
+namespace {
+
+TEST(RecordingSetup, RegionBecomesSourceAndEvenOutputNeverEnlarged)
+{
+    const struct {
+        QRectF region, frame;
+        qreal ratio;
+        QRect source;
+        QSize output;
+    } table[] = {
+        {{100, 50, 1000, 500}, {0, 0, 1920, 1080}, 1.0, {100, 50, 1000, 500}, {1000, 500}},
+        {{0, 0, 101, 51}, {0, 0, 1920, 1080}, 1.0, {0, 0, 101, 51}, {100, 50}},
+        // 5000 × 3000 shrinks by 0.72 to fit 3840 × 2160.
+        {{0, 0, 5000, 3000}, {0, 0, 6000, 4000}, 1.0, {0, 0, 5000, 3000}, {3600, 2160}},
+        // Scale 2: the source is in device pixels, offset from the screen's native corner.
+        {{10, 20, 300, 200}, {0, 0, 960, 540}, 2.0, {20, 40, 600, 400}, {600, 400}},
+        {{1930, 10, 100, 100}, {1920, 0, 960, 540}, 2.0, {1940, 20, 200, 200}, {200, 200}},
+        // A sliver still records two pixels each way.
+        {{5, 5, 0.5, 1}, {0, 0, 1920, 1080}, 1.0, {5, 5, 2, 2}, {2, 2}},
+        // A whole 4K screen at scale 1.5 stays 3840 × 2160.
+        {{0, 0, 2560, 1440}, {0, 0, 2560, 1440}, 1.5, {0, 0, 3840, 2160}, {3840, 2160}},
+        // A region reaching past the screen's edge is clipped to it.
+        {{1800, 1000, 300, 200}, {0, 0, 1920, 1080}, 1.0, {1800, 1000, 120, 80}, {120, 80}},
+    };
+    for (const auto &row : table) {
+        const StreamConfiguration c = RecordingSetup::streamConfiguration(row.region, row.frame, row.ratio);
+        EXPECT_EQ(c.sourceRect, row.source) << row.region.width() << "x" << row.region.height();
+        EXPECT_EQ(c.outputSize, row.output) << row.region.width() << "x" << row.region.height();
+        EXPECT_EQ(c.framesPerSecond, 30);
+        EXPECT_EQ(c.sampleRate, 48000);
+        EXPECT_EQ(c.channelCount, 2);
+    }
+}
+
+TEST(RecordingHUD, ClockReadsMinutesAndSecondsPastAnHour)
+{
+    const struct { qint64 seconds; const char *text; } table[] = {
+        {0, "00:00"}, {1, "00:01"}, {59, "00:59"}, {60, "01:00"}, {3599, "59:59"}, {4500, "75:00"}, {6001, "100:01"},
+    };
+    for (const auto &row : table)
+        EXPECT_EQ(RecordingHUDController::elapsedText(row.seconds), QString(row.text));
+}
+
+TEST(InterruptedRecordings, FinishesMarkedFilesKeepsOthersAndRetriesFailures)
+{
+    QTemporaryDir dir;
+    const auto touch = [&](const QString &name) {
+        QFile f(dir.filePath(name));
+        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+        f.write("x");
+    };
+    const QString playable = dir.filePath("Recording_a.mp4");
+    const QString empty = dir.filePath("Recording_b.mp4");
+    const QString stuck = dir.filePath("Recording_c.mp4");
+    const QString finished = dir.filePath("Recording_d.mp4");
+    for (const QString &path : {playable, empty, stuck, finished})
+        touch(QFileInfo(path).fileName());
+    for (const QString &path : {playable, empty, stuck})
+        InterruptedRecordings::begin(path);
+    InterruptedRecordings::begin(dir.filePath("Recording_gone.mp4"));
+
+    FakeRecordingBackend backend;
+    backend.recoveries = {{playable, RecordingBackend::Recovery::finished},
+                          {stuck, RecordingBackend::Recovery::failed}};
+    EXPECT_EQ(InterruptedRecordings::recover(dir.path(), backend), QStringList{playable});
+
+    const struct { QString path; bool file, marker; } expected[] = {
+        {playable, true, false}, {empty, false, false}, {stuck, true, true}, {finished, true, false},
+        {dir.filePath("Recording_gone.mp4"), false, false},
+    };
+    for (const auto &row : expected) {
+        EXPECT_EQ(QFile::exists(row.path), row.file) << row.path.toStdString();
+        EXPECT_EQ(QFile::exists(InterruptedRecordings::markerPath(row.path)), row.marker) << row.path.toStdString();
+    }
+    EXPECT_FALSE(backend.finishedInterrupted.contains(finished));
+}
+
+} // namespace

@@ -1,0 +1,161 @@
+#include "capture/recording/ScreenVideoRecorder.h"
+#include "platform/fake/FakeRecording.h"
+
+#include <QTest>
+#include <gtest/gtest.h>
+#include <variant>
+
+namespace {
+
+const RecordingError writerError{"Writer", 7, "đĩa đầy"};
+const RecordingError platformError{"Platform", 3, "màn hình đã tắt"};
+
+struct Frame { std::int64_t at; std::optional<int> status = 0; };
+struct Audio { std::int64_t at; };
+struct Stop {};
+struct PlatformStop {};
+struct ConfirmStop { std::optional<RecordingError> error; };
+using Step = std::variant<Frame, Audio, Stop, PlatformStop, ConfirmStop>;
+
+struct Case {
+    const char *name;
+    FakeMediaWriter::Script writer;
+    bool holdStops;
+    std::optional<RecordingError> stopError;
+    std::vector<Step> steps;
+    std::variant<QString, RecordingError> expected;   // "file" stands for the output path
+    QStringList log;
+    int stopRequests;
+};
+
+RecordingError code(ScreenVideoRecorder::Code c) { return ScreenVideoRecorder::error(c); }
+
+FakeMediaWriter::Script failing(bool FakeMediaWriter::Script::*flag, std::optional<RecordingError> error = {})
+{
+    FakeMediaWriter::Script script;
+    script.*flag = false;
+    script.error = error;
+    return script;
+}
+
+const Case cases[] = {
+    {"a frame starts the file; earlier sound is dropped", {}, false, {},
+     {Audio{50}, Frame{100}, Audio{120}, Frame{133}, Stop{}}, QString("file"),
+     {"start", "session 100", "video 100", "audio 120", "video 133", "finish"}, 1},
+    {"frames that are not complete are skipped", {}, false, {},
+     {Frame{100, 1}, Frame{110, std::nullopt}, Audio{115}, Frame{120}, Stop{}}, QString("file"),
+     {"start", "session 120", "video 120", "finish"}, 1},
+    {"stop before any frame", {}, false, {}, {Audio{10}, Frame{20, 1}, Stop{}},
+     code(ScreenVideoRecorder::noFrame), {"cancel"}, 1},
+    {"writer cannot start and says nothing", failing(&FakeMediaWriter::Script::startOk), false, {},
+     {Frame{100}, Frame{133}}, code(ScreenVideoRecorder::startFailed), {"start", "cancel"}, 1},
+    {"writer cannot start and says why", failing(&FakeMediaWriter::Script::startOk, writerError), false, {},
+     {Frame{100}}, writerError, {"start", "cancel"}, 1},
+    {"a frame cannot be written", failing(&FakeMediaWriter::Script::videoOk), false, {},
+     {Frame{100}, Frame{133}}, code(ScreenVideoRecorder::videoAppend),
+     {"start", "session 100", "video 100", "cancel"}, 1},
+    {"sound cannot be written", failing(&FakeMediaWriter::Script::audioOk), false, {},
+     {Frame{100}, Audio{110}, Audio{130}}, code(ScreenVideoRecorder::audioAppend),
+     {"start", "session 100", "video 100", "audio 110", "cancel"}, 1},
+    {"the file cannot be finished", failing(&FakeMediaWriter::Script::finishOk), false, {},
+     {Frame{100}, Stop{}}, code(ScreenVideoRecorder::finishFailed),
+     {"start", "session 100", "video 100", "finish"}, 1},
+    {"finishing fails with the writer's reason", failing(&FakeMediaWriter::Script::finishOk, writerError), false, {},
+     {Frame{100}, Stop{}}, writerError, {"start", "session 100", "video 100", "finish"}, 1},
+    {"a writer that is not ready drops frames", [] { FakeMediaWriter::Script s; s.videoReady = false; return s; }(),
+     false, {}, {Frame{100}, Frame{133}, Stop{}}, QString("file"), {"start", "session 100", "finish"}, 1},
+    {"the platform ends the stream", {}, false, {}, {Frame{100}, PlatformStop{}}, platformError,
+     {"start", "session 100", "video 100", "cancel"}, 0},
+    {"the platform's error wins over a pending stop", {}, true, {}, {Frame{100}, Stop{}, PlatformStop{}, ConfirmStop{}},
+     platformError, {"start", "session 100", "video 100", "cancel"}, 1},
+    {"two stops give one stop request", {}, true, {}, {Frame{100}, Stop{}, Stop{}, ConfirmStop{}}, QString("file"),
+     {"start", "session 100", "video 100", "finish"}, 1},
+    {"samples after a stop are ignored", {}, true, {}, {Frame{100}, Stop{}, Frame{133}, Audio{140}, ConfirmStop{}},
+     QString("file"), {"start", "session 100", "video 100", "finish"}, 1},
+    {"a stream that cannot stop reports why", {}, false, platformError, {Frame{100}, Stop{}}, platformError,
+     {"start", "session 100", "video 100", "cancel"}, 1},
+    {"a stored error outranks the stop's", failing(&FakeMediaWriter::Script::videoOk, writerError), false, platformError,
+     {Frame{100}}, writerError, {"start", "session 100", "video 100", "cancel"}, 1},
+};
+
+class ScreenVideoRecorderTest : public ::testing::TestWithParam<Case> {};
+
+TEST_P(ScreenVideoRecorderTest, DeliversOneResult)
+{
+    const Case &c = GetParam();
+    FakeRecordingBackend backend;
+    backend.writerScript = c.writer;
+    auto pipeline = std::get<RecordingPipeline>(backend.create({}, "/tmp/out.mp4"));
+    backend.stream->holdStops = c.holdStops;
+    backend.stream->stopError = c.stopError;
+    FakeCaptureStream *stream = backend.stream;
+    FakeMediaWriter *writer = backend.writer;
+    ScreenVideoRecorder recorder(std::move(pipeline), "/tmp/out.mp4");
+
+    std::vector<ScreenVideoRecorder::Result> results;
+    ASSERT_FALSE(recorder.start([&](const ScreenVideoRecorder::Result &r) { results.push_back(r); }));
+    for (const Step &step : c.steps) {
+        if (auto *f = std::get_if<Frame>(&step))
+            stream->deliver(FakeCaptureStream::frame(f->at, f->status));
+        else if (auto *a = std::get_if<Audio>(&step))
+            stream->deliver(FakeCaptureStream::audio(a->at));
+        else if (std::holds_alternative<Stop>(step))
+            recorder.stop();
+        else if (std::holds_alternative<PlatformStop>(step))
+            stream->platformStop(platformError);
+        else if (auto *confirm = std::get_if<ConfirmStop>(&step)) {
+            // The held stop is taken on the recorder's queue; wait until it is there.
+            ASSERT_TRUE(QTest::qWaitFor([&] { return stream->stopRequests > 0; }));
+            stream->confirmStop(confirm->error);
+        }
+        // Keeps the queue's order apart from the test thread's.
+        QTest::qWait(5);
+    }
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !results.empty(); }, 3000)) << c.name;
+    recorder.stop();
+    QTest::qWait(50);
+    ASSERT_EQ(results.size(), 1u) << c.name;
+
+    const auto expected = std::holds_alternative<QString>(c.expected)
+                              ? ScreenVideoRecorder::Result(QString("/tmp/out.mp4"))
+                              : ScreenVideoRecorder::Result(std::get<RecordingError>(c.expected));
+    EXPECT_EQ(results.front(), expected) << c.name;
+    EXPECT_EQ(writer->log(), c.log) << c.name;
+    EXPECT_EQ(stream->stopRequests, c.stopRequests) << c.name;
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, ScreenVideoRecorderTest, ::testing::ValuesIn(cases));
+
+TEST(ScreenVideoRecorder, StreamRefusalIsStartsAnswerAndNoResultFollows)
+{
+    FakeRecordingBackend backend;
+    backend.streamStartError = platformError;
+    ScreenVideoRecorder recorder(std::get<RecordingPipeline>(backend.create({}, "/tmp/x.mp4")), "/tmp/x.mp4");
+    int results = 0;
+    EXPECT_EQ(recorder.start([&](const ScreenVideoRecorder::Result &) { ++results; }), platformError);
+    QTest::qWait(30);
+    EXPECT_EQ(results, 0);
+}
+
+TEST(ScreenVideoRecorder, ErrorTextsAndDomains)
+{
+    const struct { ScreenVideoRecorder::Code code; const char *domain; const char *text; } table[] = {
+        {ScreenVideoRecorder::videoInput, "Vistrel", "Không thể tạo bộ mã hóa video"},
+        {ScreenVideoRecorder::audioInput, "Vistrel", "Không thể tạo bộ mã hóa âm thanh"},
+        {ScreenVideoRecorder::startFailed, "Vistrel", "Không thể khởi động bộ mã hóa video"},
+        {ScreenVideoRecorder::videoAppend, "Vistrel.VideoRecorder", "Không thể ghi khung hình video"},
+        {ScreenVideoRecorder::audioAppend, "Vistrel.VideoRecorder", "Không thể ghi âm thanh"},
+        {ScreenVideoRecorder::noFrame, "Vistrel", "Video chưa nhận được khung hình. Hãy quay ít nhất 1 giây."},
+        {ScreenVideoRecorder::finishFailed, "Vistrel", "Không thể hoàn tất tệp video"},
+    };
+    for (const auto &row : table) {
+        const RecordingError e = ScreenVideoRecorder::error(row.code);
+        EXPECT_EQ(e.code, int(row.code));
+        EXPECT_EQ(e.domain, QString::fromUtf8(row.domain));
+        EXPECT_EQ(e.description, QString::fromUtf8(row.text));
+    }
+}
+
+void PrintTo(const Case &c, std::ostream *os) { *os << c.name; }
+
+} // namespace
