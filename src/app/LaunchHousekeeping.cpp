@@ -60,8 +60,10 @@ QString LaunchHousekeeping::bundleToRelocate(const Locations &locations)
     const QString target = resolved(locations.target);
     if (sameOrInside(top, target) || isInside(target, top))
         return {};
-    // A build tree runs where it was built.
-    if (QFileInfo::exists(QDir(top).filePath(QStringLiteral("CMakeCache.txt"))))
+    // A build tree runs where it was built; an installed package (a usr/ tree, also one
+    // unpacked into some other root) stays where the package manager put it.
+    if (QFileInfo::exists(QDir(top).filePath(QStringLiteral("CMakeCache.txt")))
+        || QFileInfo(top).fileName() == QLatin1String("usr"))
         return {};
     for (const QString &place : locations.temporary) {
         // Strictly below: a program straight in /tmp/bin would take all of /tmp with it.

@@ -31,8 +31,9 @@ public:
                               const QString &applicationSupport);
 
     // The portable copy's top folder (the one holding bin/) when the running program should
-    // move to the target: it sits below a temporary place, is no build tree, and neither is
-    // nor holds the target. Empty when it stays. Paths are compared after resolving links.
+    // move to the target: it sits below a temporary place, is neither a build tree nor a usr/
+    // tree, and neither is nor holds the target. Empty when it stays. Paths are compared after
+    // resolving links.
     static QString bundleToRelocate(const Locations &locations);
 
     // permissionTool: empty where the platform has no such tool.

@@ -28,6 +28,7 @@ TEST(LaunchHousekeeping, OnlyABundlePassingThroughATemporaryPlaceMoves)
         {"/h/Downloads/vistrel", ""},                      // not a bundle
         {"/h/Downloads/Vistrel/libexec/vistrel", ""},
         {"/usr/bin/vistrel", ""},
+        {"/tmp/chroot/usr/bin/vistrel", ""},               // a package unpacked into a fresh root
         {"/opt/vistrel/bin/vistrel", ""},
         {"/h/Applications/Vistrel/bin/vistrel", ""},       // the target itself
         {"/h/Applications/Vistrel/old/bin/vistrel", ""},
