@@ -79,16 +79,4 @@ TEST(CommandLine, RepliesBecomeExitStatusAndOutput)
     }
 }
 
-TEST(CommandLine, UsageHintIsOneLineAndHelpNamesEveryCommand)
-{
-    const QString hint = CommandLine::usageHint("unknown command 'x'");
-    EXPECT_EQ(hint.count('\n'), 1);
-    EXPECT_TRUE(hint.endsWith('\n'));
-    const QString usage = CommandLine::usage();
-    EXPECT_TRUE(usage.startsWith("Usage: vistrel "));
-    for (const char *word : {"screenshot", "scroll --manual", "record", "show", "mapping on|off", "quit",
-                             "--help", "--version"})
-        EXPECT_TRUE(usage.contains(QLatin1String(word))) << word;
-}
-
 } // namespace
