@@ -10,6 +10,7 @@ import time
 from PIL import Image
 
 import harness
+from procs import session_processes
 from test_screenshot import paint_root, pattern_rgb, pattern_rows
 from vistrel_app import MAIN_TITLE_PREFIX, VistrelApp, swap_problems
 
@@ -40,20 +41,21 @@ def run(session, args, env=None, timeout=30):
     return Command(session, args, env).finish(timeout)
 
 
-def app_windows(session, visible):
+def app_windows(session):
     """Our windows by their class, which every window of the app carries."""
-    argv = ["xdotool", "search"] + (["--onlyvisible"] if visible else []) + ["--class", "Vistrel"]
+    argv = ["xdotool", "search", "--onlyvisible", "--class", "Vistrel"]
     return [int(w) for w in session.x.run(argv, check=False).stdout.split()]
 
 
 def app_pids(session):
-    return {info.pid for info in map(session.x.window, app_windows(session, False)) if info and info.pid}
+    """Running copies of the app in this session: the binary started without a command."""
+    return {p.pid for p in session_processes(session.desktop.token) if p.args == session.binary("vistrel")}
 
 
 def selector(session):
     """The full-screen region selector, once it is viewable."""
     width, height = session.desktop.screen
-    for wid in app_windows(session, True):
+    for wid in app_windows(session):
         try:
             g = session.x.geometry(wid)
         except RuntimeError:
