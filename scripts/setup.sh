@@ -14,6 +14,7 @@ packages=(
   xvfb xauth openbox xdotool xclip trayer pulseaudio pulseaudio-utils ffmpeg sqlite3
   x11-xserver-utils x11-utils imagemagick python3 python3-pil chromium
   fonts-dejavu-core fonts-noto-core fonts-droid-fallback
+  desktop-file-utils appstream dpkg-dev file
 )
 
 missing=()

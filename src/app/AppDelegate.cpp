@@ -11,7 +11,9 @@
 #include "ui/MainWindowController.h"
 
 #include <QApplication>
+#include <QDir>
 #include <QPointer>
+#include <QStandardPaths>
 
 namespace {
 constexpr int retryIntervalMs = 2000;
@@ -22,7 +24,11 @@ AppDelegate::AppDelegate(Platform &platform, AppPaths paths, QObject *parent)
       m_platform(platform),
       m_paths(std::move(paths)),
       m_database(m_paths.applicationSupport),
-      m_remapper(*platform.processes, *platform.hotKeys, platform.tools.keymapTool)
+      m_remapper(*platform.processes, *platform.hotKeys, platform.tools.keymapTool),
+      m_housekeeping(LaunchHousekeeping::standard(QCoreApplication::applicationFilePath(), QDir::homePath(),
+                                                  QStandardPaths::writableLocation(QStandardPaths::DownloadLocation),
+                                                  m_paths.applicationSupport),
+                     *platform.processes, platform.tools.permissionReset, [this] { terminate(); })
 {
 }
 
@@ -33,6 +39,10 @@ AppDelegate::~AppDelegate()
 
 void AppDelegate::applicationDidFinishLaunching()
 {
+    // A copy that moved itself has started the moved one and ends; it creates nothing.
+    if (m_housekeeping.relocateFromDiskImageIfNeeded())
+        return;
+    const bool migrated = m_housekeeping.migrateLegacyScreenCapturePermission();
     QApplication::setWindowIcon(AppIcon::icon());
 
     m_capture = std::make_unique<CaptureService>(m_database, *m_platform.clipboard, m_paths.documents,
@@ -55,6 +65,9 @@ void AppDelegate::applicationDidFinishLaunching()
             &CaptureCoordinator::captureScrollingScreenshot);
     connect(m_mainWindow.get(), &MainWindowController::editRequested, m_coordinator.get(),
             &CaptureCoordinator::editCapture);
+
+    if (migrated)
+        m_mainWindow->setStatus(LaunchHousekeeping::migratedText);
 
     m_switcher = std::make_unique<ApplicationSwitcher>(*m_platform.applications);
     m_systemActions = std::make_unique<SystemActions>(*m_platform.processes, *m_platform.keys, m_platform.tools);
@@ -113,7 +126,9 @@ void AppDelegate::terminate()
         return;
     m_terminating = true;
     m_retryTimer.stop();
-    m_remapper.stop();
+    // A launch that ended early (relocation) never started the remapper; leave the keyboard be.
+    if (m_mainWindow)
+        m_remapper.stop();
     QCoreApplication::quit();
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/LaunchHousekeeping.h"
 #include "keyboard/BridgeCommand.h"
 #include "keyboard/KeyRemapper.h"
 #include "storage/AppPaths.h"
@@ -46,6 +47,7 @@ private:
     AppPaths m_paths;
     HistoryDatabase m_database;
     KeyRemapper m_remapper;
+    LaunchHousekeeping m_housekeeping;
     std::unique_ptr<CaptureService> m_capture;
     std::unique_ptr<MainWindowController> m_mainWindow;
     std::unique_ptr<CaptureCoordinator> m_coordinator;

@@ -1,16 +1,22 @@
 #include "app/SingleInstance.h"
 
+#include "app/CommandClient.h"
+
 #include <QCoreApplication>
 #include <QCryptographicHash>
 #include <QDir>
 #include <QFileInfo>
 #include <QLocalServer>
 #include <QLocalSocket>
+#include <QPointer>
 #include <QStandardPaths>
 
+using namespace std::chrono_literals;
+
 namespace {
-const QByteArray reopenMessage = "reopen\n";
-constexpr int timeoutMs = 1500;
+constexpr auto timeout = 1500ms;
+// A request is one short line; anything longer is not one of ours.
+constexpr qsizetype maxRequestBytes = 4096;
 }
 
 SingleInstance::SingleInstance(QString serverPath, QObject *parent)
@@ -37,15 +43,9 @@ QString SingleInstance::defaultServerPath()
 
 bool SingleInstance::forwardToRunningInstance()
 {
-    QLocalSocket socket;
-    socket.connectToServer(m_serverPath);
-    if (!socket.waitForConnected(timeoutMs))
-        return false;
-    socket.write(reopenMessage);
-    if (!socket.waitForBytesWritten(timeoutMs))
-        return false;
     // The first instance answers once it has acted, so this launch can end cleanly.
-    return socket.waitForReadyRead(timeoutMs) && socket.readAll().startsWith("ok");
+    const auto reply = CommandClient::exchange(m_serverPath, RemoteCommand::show, timeout, timeout);
+    return reply && reply->result == RemoteReply::Result::done;
 }
 
 bool SingleInstance::listen()
@@ -60,12 +60,34 @@ bool SingleInstance::listen()
         while (QLocalSocket *socket = m_server->nextPendingConnection()) {
             connect(socket, &QLocalSocket::disconnected, socket, &QObject::deleteLater);
             connect(socket, &QLocalSocket::readyRead, this, [this, socket] {
-                if (!socket->readAll().startsWith(reopenMessage.trimmed()))
+                // One request per connection: the first line; later bytes are ignored.
+                if (socket->property("answered").toBool()) {
+                    socket->readAll();
                     return;
-                if (onReopen)
-                    onReopen();
-                socket->write("ok\n");
-                socket->flush();
+                }
+                QByteArray pending = socket->property("pending").toByteArray() + socket->readAll();
+                if (!pending.contains('\n') && pending.size() < maxRequestBytes) {
+                    socket->setProperty("pending", pending);
+                    return;
+                }
+                socket->setProperty("answered", true);
+                QPointer<QLocalSocket> peer(socket);
+                const Reply reply = [peer](const RemoteReply &answer) {
+                    // The requester may have given up (Ctrl+C) while a capture ran.
+                    if (!peer || peer->state() != QLocalSocket::ConnectedState)
+                        return;
+                    peer->write(RemoteProtocol::encodeReply(answer));
+                    peer->flush();
+                };
+                const qsizetype end = pending.indexOf('\n');
+                const auto command = RemoteProtocol::decodeRequest(end < 0 ? pending : pending.left(end));
+                if (!command)
+                    reply({RemoteReply::Result::refused, {},
+                           QStringLiteral("this Vistrel does not understand the request")});
+                else if (onRequest)
+                    onRequest(*command, reply);
+                else
+                    reply({RemoteReply::Result::failed, {}, QStringLiteral("Vistrel is not ready")});
             });
         }
     });

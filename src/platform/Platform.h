@@ -19,6 +19,7 @@ struct ToolPaths {
     QString keymapTool;                       // vistrel-keymap, installed beside the app
     QString sessionLock = "/usr/bin/loginctl";
     QString displayPower = "/usr/bin/xset";
+    QString permissionReset;                  // none: X11 has no screen-recording permission
 };
 
 // Every platform facility the app reaches, chosen in one place (main) and handed down.
