@@ -12,10 +12,15 @@ CaptureCoordinator::CaptureCoordinator(Services services, QObject *parent)
       m_selector(services.screens),
       m_editors(services.clipboard, services.windowExits),
       m_screenshot({services.host, services.service, m_selector, services.grabber, services.screens,
-                    services.windowExits, m_editors})
+                    services.windowExits, m_editors}),
+      m_scrolling({services.host, services.service, m_selector, services.screens, m_editors,
+                   {services.grabber, services.applications, services.windowList, services.pointer,
+                    services.keyState}})
 {
     connect(&m_screenshot, &ScreenshotFlow::ended, this,
             [this](const QString &path) { emit captureEnded(Flow::screenshot, path); });
+    connect(&m_scrolling, &ScrollingCaptureFlow::ended, this,
+            [this](const QString &path) { emit captureEnded(Flow::scrolling, path); });
 }
 
 CaptureCoordinator::~CaptureCoordinator() = default;
@@ -35,8 +40,9 @@ void CaptureCoordinator::editCapture(const QString &path, const QImage &image)
     });
 }
 
-void CaptureCoordinator::captureScrollingScreenshot(bool)
+void CaptureCoordinator::captureScrollingScreenshot(bool automaticWeb)
 {
+    m_scrolling.captureScrollingScreenshot(automaticWeb);
 }
 
 void CaptureCoordinator::toggleVideo()

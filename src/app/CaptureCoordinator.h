@@ -2,16 +2,21 @@
 
 #include "app/EditorWindowLauncher.h"
 #include "capture/screenshot/ScreenshotFlow.h"
+#include "capture/scrollingflow/ScrollingCaptureFlow.h"
 #include "capture/selector/RegionSelectorSlot.h"
 
 #include <QObject>
 
+class ApplicationRegistry;
 class CaptureHost;
 class CaptureService;
 class ClipboardWriter;
+class KeyStateReader;
+class PointerInput;
 class ScreenEnvironment;
 class ScreenGrabber;
 class WindowExitWatcher;
+class WindowList;
 
 // Owns the capture flows, the one region selector they share and the editor they open.
 // Commands from hot keys, the tray menu and the main window's buttons all end here.
@@ -26,14 +31,19 @@ public:
         const ScreenEnvironment &screens;
         ClipboardWriter &clipboard;
         WindowExitWatcher &windowExits;
+        // Scrolling capture: the window under the region, the wheel, Esc and Return.
+        ApplicationRegistry &applications;
+        WindowList &windowList;
+        PointerInput &pointer;
+        KeyStateReader &keyState;
     };
 
     explicit CaptureCoordinator(Services services, QObject *parent = nullptr);
     ~CaptureCoordinator() override;
 
     void captureScreenshot();
-    // Scrolling capture and recording have their homes here; neither is built yet.
     void captureScrollingScreenshot(bool automaticWeb);
+    // Recording has its home here; not built yet.
     void toggleVideo();
     // An earlier capture into the editor; saving there overwrites its file.
     void editCapture(const QString &path, const QImage &image);
@@ -43,6 +53,7 @@ public:
 
     RegionSelectorController *regionSelector() const { return m_selector.current(); }
     ImageEditorController *editor() const { return m_editors.editor(); }
+    ScrollingCaptureFlow &scrolling() { return m_scrolling; }
 
 signals:
     // A flow has run its course: the saved file, or an empty path when it saved nothing.
@@ -54,4 +65,5 @@ private:
     RegionSelectorSlot m_selector;
     EditorWindowLauncher m_editors;
     ScreenshotFlow m_screenshot;
+    ScrollingCaptureFlow m_scrolling;
 };

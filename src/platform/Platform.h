@@ -4,10 +4,13 @@
 #include "platform/ClipboardWriter.h"
 #include "platform/HotKeyService.h"
 #include "platform/KeySynthesizer.h"
+#include "platform/KeyStateReader.h"
+#include "platform/PointerInput.h"
 #include "platform/ProcessRunner.h"
 #include "platform/ScreenEnvironment.h"
 #include "platform/ScreenGrabber.h"
 #include "platform/WindowExitWatcher.h"
+#include "platform/WindowList.h"
 
 #include <QString>
 #include <memory>
@@ -30,4 +33,8 @@ struct Platform {
     std::unique_ptr<ScreenEnvironment> screens;
     std::unique_ptr<ClipboardWriter> clipboard;
     std::unique_ptr<WindowExitWatcher> windowExits;
+    // Scrolling capture: the window under the region, the synthetic wheel, Esc and Return.
+    std::unique_ptr<WindowList> windowList;
+    std::unique_ptr<PointerInput> pointer;
+    std::unique_ptr<KeyStateReader> keyState;
 };

@@ -8,6 +8,7 @@
 #include "platform/fake/FakeProcessRunner.h"
 #include "platform/fake/FakeScreenEnvironment.h"
 #include "platform/fake/FakeScreenGrabber.h"
+#include "platform/fake/FakeScrollInput.h"
 #include "ui/MainWindowController.h"
 
 #include <QCoreApplication>
@@ -42,6 +43,9 @@ struct Fixture {
         platform.screens = std::make_unique<FakeScreenEnvironment>();
         platform.clipboard = std::make_unique<FakeClipboard>();
         platform.windowExits = std::make_unique<WindowExitWatcher>();
+        platform.windowList = std::make_unique<FakeWindowList>();
+        platform.pointer = std::make_unique<FakePointerInput>();
+        platform.keyState = std::make_unique<FakeKeyStateReader>();
         AppPaths paths{dir.filePath("support"), dir.filePath("documents"), dir.filePath("Desktop")};
         delegate = std::make_unique<AppDelegate>(platform, paths);
     }
