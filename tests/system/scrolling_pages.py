@@ -107,17 +107,19 @@ def chromium_flags(profile):
 
 
 def show_in_chromium(session, path, size=(1000, 800)):
-    """Starts Chromium in app mode on the page; returns its process."""
+    """Starts Chromium in app mode on the page, at the session's scale; returns its process."""
     profile = session.scratch("chromium-profile")
     argv = [CHROMIUM] + chromium_flags(profile) + [
+        "--force-device-scale-factor=%g" % session.scale,
         "--window-position=0,0", "--window-size=%d,%d" % size, "--app=file://" + path]
     return session.spawn("chromium", argv)
 
 
-def ground_truth(path, out, height, width=1000):
-    """Chromium's own headless render of the whole page at the same width."""
+def ground_truth(path, out, height, width=1000, scale=1.0):
+    """Chromium's own headless render of the whole page at the same width and scale."""
     profile = out + ".profile"
-    subprocess.run([CHROMIUM, "--headless", "--hide-scrollbars"] + chromium_flags(profile)
+    subprocess.run([CHROMIUM, "--headless", "--hide-scrollbars", "--force-device-scale-factor=%g" % scale]
+                   + chromium_flags(profile)
                    + ["--window-size=%d,%d" % (width, height), "--screenshot=" + out, "file://" + path],
                    check=True, capture_output=True, timeout=120)
     return Image.open(out).convert("RGB")
@@ -148,6 +150,7 @@ def correct_rows(result, truth):
 # -- driving the app over Chromium ------------------------------------------------
 
 def start(session, kind, window=(1000, 800), **page_options):
+    # window: Chromium's size in CSS pixels; origin and geometry come back in root pixels.
     """The app ready (hot keys registered), then Chromium in front on a page. Returns
     (app, page path, root position of the page's top-left, Chromium's client geometry)."""
     app = VistrelApp(session)
@@ -198,6 +201,10 @@ def select(session, app, x0, y0, x1, y1, keys=COMMAND_6):
     """Command+6, then a drag from (x0, y0) to (x1, y1) on the live selector."""
     session.x.press_keycodes(keys)
     harness.wait_until(lambda: selector(session, app), 20, "the region selector")
+    drag(session, x0, y0, x1, y1)
+
+
+def drag(session, x0, y0, x1, y1):
     steps = ["mousemove", str(x0), str(y0), "mousedown", "1"]
     for i in (1, 2, 3):
         steps += ["mousemove", str(x0 + (x1 - x0) * i // 3), str(y0 + (y1 - y0) * i // 3)]
@@ -215,13 +222,18 @@ def history(app):
     return harness.sqlite_rows(app.history_db, "SELECT type, path FROM captures")
 
 
+def panel_frames(session, wid):
+    """The frame count a progress panel shows now (its title mirrors the progress line)."""
+    info = session.x.window(wid)
+    match = re.search(r"(\d+)", info.name if info else "")
+    return int(match.group(1)) if match else None
+
+
 def hud_frames(session, app):
-    """The frame count the progress panel shows now (its title mirrors the progress line)."""
     for wid in hud(session, app):
-        info = session.x.window(wid)
-        match = re.search(r"(\d+)", info.name if info else "")
-        if match:
-            return int(match.group(1))
+        count = panel_frames(session, wid)
+        if count is not None:
+            return count
     return None
 
 

@@ -118,9 +118,9 @@ void ScrollingCaptureRun::start()
 {
     if (m_thread || !m_screen)
         return;
-    // Qt's global logical pixels times the screen's ratio are the X server's root pixels.
-    const qreal ratio = m_screen->devicePixelRatio();
-    const QPoint centre = (m_region.center() * ratio).toPoint();
+    // Qt keeps each screen's top-left where the X server has it and scales from there.
+    const QPointF origin = m_screen->geometry().topLeft();
+    const QPoint centre = (origin + (m_region.center() - origin) * m_screen->devicePixelRatio()).toPoint();
     const qint64 ownPid = QCoreApplication::applicationPid();
     const bool automaticWeb = m_automaticWeb;
     const double logicalWidth = m_region.width();
