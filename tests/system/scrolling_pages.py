@@ -85,7 +85,7 @@ def page_html(kind, blocks=24, seed=1):
             "html,body{margin:0;padding:0;background:#fff}"
             "::-webkit-scrollbar{display:none}"
             "body{width:%dpx}"
-            "#marker{position:absolute;left:0;top:0;width:6px;height:6px;background:rgb%s}"
+            "#marker{position:absolute;z-index:10;left:0;top:0;width:6px;height:6px;background:rgb%s}"
             "</style></head><body><div id='marker'></div>%s%s</body></html>"
             % (kind, PAGE_WIDTH, str(MARKER), extra, body))
     return html, height
