@@ -56,7 +56,8 @@ void AppDelegate::applicationDidFinishLaunching()
         });
     m_coordinator = std::make_unique<CaptureCoordinator>(CaptureCoordinator::Services{
         *m_mainWindow, *m_capture, *m_platform.screenGrabber, *m_platform.screens, *m_platform.clipboard,
-        *m_platform.windowExits, *m_platform.recording});
+        *m_platform.windowExits, *m_platform.recording, *m_platform.applications, *m_platform.windowList,
+        *m_platform.pointer, *m_platform.keyState});
     connect(m_mainWindow.get(), &MainWindowController::screenshotRequested, m_coordinator.get(),
             &CaptureCoordinator::captureScreenshot);
     connect(m_mainWindow.get(), &MainWindowController::videoRequested, m_coordinator.get(),

@@ -14,11 +14,16 @@ CaptureCoordinator::CaptureCoordinator(Services services, QObject *parent)
       m_editors(services.clipboard, services.windowExits),
       m_screenshot({services.host, services.service, m_selector, services.grabber, services.screens,
                     services.windowExits, m_editors}),
+      m_scrolling({services.host, services.service, m_selector, services.screens, m_editors,
+                   {services.grabber, services.applications, services.windowList, services.pointer,
+                    services.keyState}}),
       m_recording({services.host, services.service, m_selector, services.grabber, services.screens,
                    services.windowExits, services.recording})
 {
     connect(&m_screenshot, &ScreenshotFlow::ended, this,
             [this](const QString &path) { emit captureEnded(Flow::screenshot, path); });
+    connect(&m_scrolling, &ScrollingCaptureFlow::ended, this,
+            [this](const QString &path) { emit captureEnded(Flow::scrolling, path); });
     connect(&m_recording, &RecordingFlow::ended, this,
             [this](const QString &path) { emit captureEnded(Flow::recording, path); });
     // A recording the last run could not finish is finished once the window is up.
@@ -42,8 +47,9 @@ void CaptureCoordinator::editCapture(const QString &path, const QImage &image)
     });
 }
 
-void CaptureCoordinator::captureScrollingScreenshot(bool)
+void CaptureCoordinator::captureScrollingScreenshot(bool automaticWeb)
 {
+    m_scrolling.captureScrollingScreenshot(automaticWeb);
 }
 
 void CaptureCoordinator::toggleVideo()

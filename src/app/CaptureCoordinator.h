@@ -3,17 +3,22 @@
 #include "app/EditorWindowLauncher.h"
 #include "capture/recording/RecordingFlow.h"
 #include "capture/screenshot/ScreenshotFlow.h"
+#include "capture/scrollingflow/ScrollingCaptureFlow.h"
 #include "capture/selector/RegionSelectorSlot.h"
 
 #include <QObject>
 
+class ApplicationRegistry;
 class CaptureHost;
 class CaptureService;
 class ClipboardWriter;
+class KeyStateReader;
+class PointerInput;
 class RecordingBackend;
 class ScreenEnvironment;
 class ScreenGrabber;
 class WindowExitWatcher;
+class WindowList;
 
 // Owns the capture flows, the one region selector they share and the editor they open.
 // Commands from hot keys, the tray menu and the main window's buttons all end here.
@@ -29,13 +34,17 @@ public:
         ClipboardWriter &clipboard;
         WindowExitWatcher &windowExits;
         RecordingBackend &recording;
+        // Scrolling capture: the window under the region, the wheel, Esc and Return.
+        ApplicationRegistry &applications;
+        WindowList &windowList;
+        PointerInput &pointer;
+        KeyStateReader &keyState;
     };
 
     explicit CaptureCoordinator(Services services, QObject *parent = nullptr);
     ~CaptureCoordinator() override;
 
     void captureScreenshot();
-    // Scrolling capture has its home here; it is not built yet.
     void captureScrollingScreenshot(bool automaticWeb);
     // Starts a recording, or stops the one running.
     void toggleVideo();
@@ -47,6 +56,7 @@ public:
 
     RegionSelectorController *regionSelector() const { return m_selector.current(); }
     ImageEditorController *editor() const { return m_editors.editor(); }
+    ScrollingCaptureFlow &scrolling() { return m_scrolling; }
     RecordingFlow &recording() { return m_recording; }
 
 signals:
@@ -59,5 +69,6 @@ private:
     RegionSelectorSlot m_selector;
     EditorWindowLauncher m_editors;
     ScreenshotFlow m_screenshot;
+    ScrollingCaptureFlow m_scrolling;
     RecordingFlow m_recording;
 };

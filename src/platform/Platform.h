@@ -4,12 +4,15 @@
 #include "platform/ClipboardWriter.h"
 #include "platform/HotKeyService.h"
 #include "platform/KeySynthesizer.h"
+#include "platform/KeyStateReader.h"
+#include "platform/PointerInput.h"
 #include "platform/ProcessRunner.h"
 #include "platform/RecordingBackend.h"
 #include "platform/ScreenEnvironment.h"
 #include "platform/ScreenGrabber.h"
 #include "platform/VideoFrameDecoder.h"
 #include "platform/WindowExitWatcher.h"
+#include "platform/WindowList.h"
 
 #include <QString>
 #include <memory>
@@ -35,4 +38,8 @@ struct Platform {
     std::unique_ptr<WindowExitWatcher> windowExits;
     std::unique_ptr<RecordingBackend> recording;
     std::unique_ptr<VideoFrameDecoder> videoFrames;
+    // Scrolling capture: the window under the region, the synthetic wheel, Esc and Return.
+    std::unique_ptr<WindowList> windowList;
+    std::unique_ptr<PointerInput> pointer;
+    std::unique_ptr<KeyStateReader> keyState;
 };

@@ -15,6 +15,7 @@
 #include <QImageReader>
 #include <QHeaderView>
 #include <QMessageBox>
+#include <QPushButton>
 #include <QPointer>
 #include <QScreen>
 #include <QUrl>
@@ -121,7 +122,21 @@ void MainWindowController::reloadHistory()
 
 void MainWindowController::chooseScrolling()
 {
-    // Will ask "website or application" and emit scrollingCaptureRequested.
+    QMessageBox box(m_window.get());
+    box.setWindowTitle(QStringLiteral("Vistrel"));
+    box.setText(QStringLiteral("Chọn loại nội dung"));
+    box.setInformativeText(QStringLiteral("Website sẽ tự động cuộn đến cuối trang. Với ứng dụng desktop, bạn tự cuộn và "
+                                          "nhấn Enter để hoàn tất."));
+    QPushButton *web = box.addButton(QStringLiteral("Website tự cuộn"), QMessageBox::AcceptRole);
+    QPushButton *application = box.addButton(QStringLiteral("Ứng dụng"), QMessageBox::AcceptRole);
+    box.addButton(QStringLiteral("Hủy"), QMessageBox::RejectRole);
+    box.setDefaultButton(web);
+    box.setObjectName(QStringLiteral("chooseScrollingAlert"));
+    box.exec();
+    if (box.clickedButton() == web)
+        emit scrollingCaptureRequested(true);
+    else if (box.clickedButton() == application)
+        emit scrollingCaptureRequested(false);
 }
 
 void MainWindowController::showScrollingCaptureHelp()

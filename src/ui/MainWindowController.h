@@ -46,7 +46,7 @@ public:
     QString status() const { return m_status; }
     void setStatus(const QString &text);
 
-    // Asks website or application; a no-op until scrolling capture exists.
+    // Asks website or application (a modal alert), then requests that scrolling capture.
     void chooseScrolling();
     void showScrollingCaptureHelp();
     void openFolder();

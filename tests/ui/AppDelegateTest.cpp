@@ -9,6 +9,7 @@
 #include "platform/fake/FakeRecording.h"
 #include "platform/fake/FakeScreenEnvironment.h"
 #include "platform/fake/FakeScreenGrabber.h"
+#include "platform/fake/FakeScrollInput.h"
 #include "ui/MainWindowController.h"
 
 #include <QCoreApplication>
@@ -44,6 +45,9 @@ struct Fixture {
         platform.clipboard = std::make_unique<FakeClipboard>();
         platform.windowExits = std::make_unique<WindowExitWatcher>();
         platform.recording = std::make_unique<FakeRecordingBackend>();
+        platform.windowList = std::make_unique<FakeWindowList>();
+        platform.pointer = std::make_unique<FakePointerInput>();
+        platform.keyState = std::make_unique<FakeKeyStateReader>();
         AppPaths paths{dir.filePath("support"), dir.filePath("documents"), dir.filePath("Desktop")};
         delegate = std::make_unique<AppDelegate>(platform, paths);
     }

@@ -3,6 +3,9 @@
 #include "platform/ApplicationRegistry.h"
 #include "platform/HotKeyService.h"
 #include "platform/KeySynthesizer.h"
+#include "platform/KeyStateReader.h"
+#include "platform/PointerInput.h"
+#include "platform/WindowList.h"
 
 // Inert stand-ins used when there is no X11 connection (offscreen or another Qt
 // platform): nothing is grabbed, listed or posted, and every request reports failure.
@@ -24,4 +27,20 @@ public:
 class NullKeySynthesizer : public KeySynthesizer {
 public:
     bool postKey(quint32, bool) override { return false; }
+};
+
+class NullWindowList : public WindowList {
+public:
+    QList<OnScreenWindow> onScreenWindows() override { return {}; }
+};
+
+class NullPointerInput : public PointerInput {
+public:
+    bool warpCursor(const QPoint &) override { return false; }
+    bool scrollLineDown(const QPoint &) override { return false; }
+};
+
+class NullKeyStateReader : public KeyStateReader {
+public:
+    bool isKeyHeld(quint32) override { return false; }
 };

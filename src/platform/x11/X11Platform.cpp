@@ -6,6 +6,7 @@
 #include "platform/x11/X11ApplicationRegistry.h"
 #include "platform/x11/X11HotKeyService.h"
 #include "platform/x11/X11KeySynthesizer.h"
+#include "platform/x11/X11ScrollInput.h"
 #include "platform/x11/X11WindowExitWatcher.h"
 #include "platform/x11/XShmScreenGrabber.h"
 
@@ -31,6 +32,9 @@ std::unique_ptr<Platform> createX11Platform()
         platform->applications = std::make_unique<NullApplicationRegistry>();
         platform->keys = std::make_unique<NullKeySynthesizer>();
         platform->windowExits = std::make_unique<WindowExitWatcher>();
+        platform->windowList = std::make_unique<NullWindowList>();
+        platform->pointer = std::make_unique<NullPointerInput>();
+        platform->keyState = std::make_unique<NullKeyStateReader>();
         return platform;
     }
 
@@ -43,5 +47,18 @@ std::unique_ptr<Platform> createX11Platform()
         platform->keys = std::move(keys);
     else
         platform->keys = std::make_unique<NullKeySynthesizer>();
+    const QByteArray name(XDisplayString(display));
+    if (auto windows = X11WindowList::open(name))
+        platform->windowList = std::move(windows);
+    else
+        platform->windowList = std::make_unique<NullWindowList>();
+    if (auto pointer = X11PointerInput::open(name))
+        platform->pointer = std::move(pointer);
+    else
+        platform->pointer = std::make_unique<NullPointerInput>();
+    if (auto keyState = X11KeyStateReader::open(name))
+        platform->keyState = std::move(keyState);
+    else
+        platform->keyState = std::make_unique<NullKeyStateReader>();
     return platform;
 }
