@@ -156,8 +156,9 @@ TEST(KeymapPlanner, AdoptsWhatSomeoneElseChangedUnderTheMapping)
     for (const auto &c : cases) {
         const std::optional<KeymapSnapshot> adopted = adoptedOriginal(original, swap, c.current);
         EXPECT_EQ(adopted.has_value(), c.adopted.has_value()) << c.name;
-        if (adopted && c.adopted)
+        if (adopted && c.adopted) {
             EXPECT_EQ(*adopted, *c.adopted) << c.name;
+        }
     }
     // The swap planned on the adopted layout keeps the layout's own keys.
     const KeymapSnapshot replanned = remappedKeymap(*adoptedOriginal(original, swap, layout), swap);
@@ -169,7 +170,7 @@ TEST(MappingRecord, RoundTripsAndRejectsDamage)
 {
     const std::map<int, int> mapping{{37, 133}, {66, 9}, {133, 37}, {255, 8}};
     EXPECT_EQ(decodeMapping(encodeMapping(mapping)), mapping);
-    EXPECT_EQ(decodeMapping(encodeMapping({})), std::map<int, int>{});
+    EXPECT_EQ(decodeMapping(encodeMapping({})), (std::map<int, int>{}));
     const QByteArray cases[] = {
         "",
         "VISTREL_MAPPING 1",

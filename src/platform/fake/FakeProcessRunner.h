@@ -76,7 +76,7 @@ public:
     {
         if (!companionStarts)
             return nullptr;
-        companions->append({{program, arguments, true}});
+        companions->append(CompanionRecord{Call{program, arguments, true}});
         return std::make_unique<Companion>(companions, companions->size() - 1);
     }
 
