@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <algorithm>
 #include <chrono>
 
 namespace keymap {
@@ -20,6 +21,9 @@ constexpr auto kHeldRetry = std::chrono::milliseconds(200);
 // A pass the server refused is not retried until this much later, so a keymap we cannot
 // fix does not turn into a busy loop.
 constexpr auto kRefusedRetry = std::chrono::seconds(2);
+// A tool run the app started just before it died lives on and may still set a mapping
+// after our restore; it gives up on a held modifier after 8 s.
+constexpr auto kLinger = std::chrono::seconds(10);
 
 enum class InputState { Open, Stopped, Gone };
 
@@ -46,6 +50,33 @@ int millisecondsUntil(std::optional<Clock::time_point> when)
         return -1;
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(*when - Clock::now()).count();
     return left < 0 ? 0 : int(left);
+}
+
+// After the restore: undoes a mapping that an orphaned tool run sets, until a new watcher
+// takes over or the tool has surely finished.
+Outcome linger(X11Keyboard &keyboard, Outcome restored)
+{
+    const auto end = Clock::now() + kLinger;
+    Clock::time_point nextPass = end;   // `end` means none is due
+    while (Clock::now() < end) {
+        const X11Keyboard::Events events = keyboard.takeEvents();
+        if (events.watchTakenOver)
+            break;
+        if (events.keymapChanged && nextPass == end)
+            nextPass = Clock::now() + kSettle;
+        if (nextPass != end && Clock::now() >= nextPass) {
+            nextPass = end;
+            if (keyboard.savedOriginal()) {
+                const Attempt attempt = applyOnce(keyboard, std::map<int, int>());
+                restored = attempt.outcome;
+                if (attempt.modifierHeld)
+                    nextPass = Clock::now() + kHeldRetry;
+            }
+        }
+        pollfd fd = {keyboard.connectionNumber(), POLLIN, 0};
+        ::poll(&fd, 1, millisecondsUntil(std::min(nextPass, end)));
+    }
+    return restored;
 }
 
 } // namespace
@@ -77,7 +108,7 @@ Outcome watch(const QByteArray &displayName, int input)
             if (state == InputState::Stopped)
                 return {};
             if (state == InputState::Gone)
-                return applyWithPatience(*keyboard, {});
+                return linger(*keyboard, applyWithPatience(*keyboard, {}));
         }
         if (nextPass && Clock::now() >= *nextPass) {
             nextPass.reset();

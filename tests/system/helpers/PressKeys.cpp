@@ -8,6 +8,7 @@
 // test wants "the key where Super sits" whatever symbol it carries right now.
 //
 //   vistrel-test-keys --hold 3000 133+23    holds the chord 3 s (the server auto-repeats)
+//   vistrel-test-keys --burst 133+13 133+13  all chords in one go, one round trip at the end
 //   vistrel-test-keys --modifiers           prints the logical modifier mask, e.g. "0"
 
 #include <X11/XKBlib.h>
@@ -54,7 +55,10 @@ int main(int argc, char **argv)
     const bool modifiersOnly = std::string(argv[1]) == "--modifiers";
     long holdMs = 0;
     int first = 1;
-    if (std::string(argv[1]) == "--hold" && argc >= 4) {
+    const bool burst = std::string(argv[1]) == "--burst";
+    if (burst) {
+        first = 2;
+    } else if (std::string(argv[1]) == "--hold" && argc >= 4) {
         holdMs = std::strtol(argv[2], nullptr, 10);
         first = 3;
     }
@@ -97,8 +101,10 @@ int main(int argc, char **argv)
         for (auto it = chord.rbegin(); it != chord.rend(); ++it)
             XTestFakeKeyEvent(display, *it, False, CurrentTime);
         // One round trip per chord: the server has seen it before the next starts.
-        XSync(display, False);
+        if (!burst)
+            XSync(display, False);
     }
+    XSync(display, False);
     XCloseDisplay(display);
     return 0;
 }
