@@ -64,6 +64,7 @@ KeyRemapper::~KeyRemapper()
     uninstallHotKeys();
     if (m_running)
         applyMapping(false);
+    releaseWatchdog();
 }
 
 QByteArray KeyRemapper::mappingProperty(bool enabled) const
@@ -100,6 +101,8 @@ void KeyRemapper::start()
         installHotKeys(HotKeyModifier::command);
         return;
     }
+    // The watchdog comes first: from the moment the mapping lands, our death is covered.
+    keepWatchdog();
     if (m_running) {
         installHotKeys(HotKeyModifier::control);
         return;
@@ -124,6 +127,7 @@ void KeyRemapper::stop()
         applyMapping(false);   // a failed removal still leaves the bridge off
         m_running = false;
     }
+    releaseWatchdog();
     installHotKeys(HotKeyModifier::command);
     if (stateHandler)
         stateHandler(false, true);
@@ -140,6 +144,21 @@ void KeyRemapper::setCustomMappings(const QList<MacCustomKeyMapping> &mappings)
     m_customMappings = mappings;
     if (m_running)
         applyMapping(true);   // on failure the previous mapping stays in force
+}
+
+void KeyRemapper::keepWatchdog()
+{
+    // Also brings back a companion that was killed.
+    if (!m_watchdog || !m_watchdog->isRunning())
+        m_watchdog = m_processes.startCompanion(m_keymapTool, {QStringLiteral("watch")});
+}
+
+void KeyRemapper::releaseWatchdog()
+{
+    // Only after the mapping is gone: the companion then has nothing to restore twice.
+    if (m_watchdog)
+        m_watchdog->finish();
+    m_watchdog.reset();
 }
 
 void KeyRemapper::installHotKeys(quint32 modifiers)

@@ -9,13 +9,18 @@
 #include <QString>
 #include <array>
 #include <functional>
+#include <memory>
 #include <optional>
 
+class CompanionProcess;
 class HotKeyService;
 class ProcessRunner;
 
 // Windows Mode (Command <-> Control swap plus the user's mappings, handed to the keymap
 // tool as one property) and the seven global hot keys whose modifier follows it.
+// While the bridge is wanted a companion (the keymap tool in watch mode) runs beside the
+// app: it restores the keymap if the app dies with the mapping in force, and puts the
+// mapping back when someone else loads a layout.
 // Lives on the GUI thread; every handler is called there.
 class KeyRemapper : public QObject {
     Q_OBJECT
@@ -56,6 +61,8 @@ public:
 
 private:
     void deliver(quint32 id);
+    void keepWatchdog();
+    void releaseWatchdog();
 
     ProcessRunner &m_processes;
     HotKeyService &m_hotKeys;
@@ -66,4 +73,5 @@ private:
     bool m_requested = true;
     QList<MacCustomKeyMapping> m_customMappings;
     bool m_running = false;
+    std::unique_ptr<CompanionProcess> m_watchdog;
 };

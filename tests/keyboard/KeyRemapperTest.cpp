@@ -200,6 +200,77 @@ TEST(KeyRemapperStates, TeardownRemovesWhatIsInForce)
     }
 }
 
+TEST(KeyRemapperWatchdog, OneCompanionWhileTheBridgeIsWanted)
+{
+    struct WatchStep {
+        Action action;
+        int toolExit;
+        bool companionDiesFirst;
+        qsizetype started;   // companions started so far
+        bool live;           // the newest one is running
+    };
+    struct Scenario { const char *label; QList<WatchStep> steps; };
+    const Scenario scenarios[] = {
+        {"started once, kept across ticks",
+         {{Action::start, 0, false, 1, true}, {Action::start, 0, false, 1, true}}},
+        {"a killed companion is replaced on the next tick",
+         {{Action::start, 0, false, 1, true}, {Action::start, 0, true, 2, true}}},
+        {"turned off: finished, and none while off",
+         {{Action::start, 0, false, 1, true}, {Action::stop, 0, false, 1, false}, {Action::start, 0, false, 1, false}}},
+        {"failing tool: one companion, not one per retry",
+         {{Action::start, 1, false, 1, true}, {Action::start, 1, false, 1, true}}},
+        {"enabled again: a fresh one",
+         {{Action::start, 0, false, 1, true}, {Action::stop, 0, false, 1, false}, {Action::enable, 0, false, 2, true}}},
+    };
+    for (const Scenario &s : scenarios) {
+        Fixture f;
+        for (qsizetype i = 0; i < s.steps.size(); ++i) {
+            const WatchStep &step = s.steps[i];
+            SCOPED_TRACE(std::string(s.label) + ", step " + std::to_string(i));
+            f.processes.defaultResult = FakeProcessRunner::exited(step.toolExit);
+            if (step.companionDiesFirst)
+                f.processes.companions->last().running = false;
+            switch (step.action) {
+            case Action::start: f.remapper->start(); break;
+            case Action::stop: f.remapper->stop(); break;
+            case Action::enable: f.remapper->enable(); break;
+            case Action::setMappings: break;
+            }
+            const auto &companions = *f.processes.companions;
+            ASSERT_EQ(companions.size(), step.started);
+            EXPECT_EQ(companions.last().running, step.live);
+            EXPECT_EQ(companions.last().call.program, tool);
+            EXPECT_EQ(companions.last().call.arguments, QStringList{"watch"});
+            // Only the newest may run: never two at once.
+            for (qsizetype c = 0; c + 1 < companions.size(); ++c)
+                EXPECT_FALSE(companions[c].running) << "companion " << c;
+        }
+    }
+}
+
+TEST(KeyRemapperWatchdog, FinishedOnlyAfterTheMappingIsRemoved)
+{
+    for (const bool byStop : {true, false}) {
+        SCOPED_TRACE(byStop ? "stop" : "teardown");
+        Fixture f;
+        f.remapper->start();
+        ASSERT_EQ(f.processes.companions->size(), 1);
+        bool companionAliveAtRemoval = false;
+        f.processes.responder = [&](const QString &, const QStringList &arguments) {
+            if (arguments.value(2) == R"({"UserKeyMapping":[]})")
+                companionAliveAtRemoval = f.processes.companions->first().running;
+            return FakeProcessRunner::exited(0);
+        };
+        if (byStop)
+            f.remapper->stop();
+        else
+            f.remapper.reset();
+        EXPECT_TRUE(companionAliveAtRemoval);
+        // Told "stop" on the way out, so it does not restore a second time.
+        EXPECT_TRUE(f.processes.companions->first().finished);
+    }
+}
+
 TEST(KeyRemapperHotKeys, InstallSwitchAndUninstall)
 {
     Fixture f;

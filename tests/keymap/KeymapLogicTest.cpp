@@ -127,7 +127,7 @@ TEST(UserKeyMapping, LaterEntryForTheSameSourceWins)
     EXPECT_EQ(keycodes, expected);
 }
 
-TEST(CommandLine, RecognisesHelpAndSetOnly)
+TEST(CommandLine, RecognisesHelpSetAndWatchOnly)
 {
     using Kind = Command::Kind;
     const struct {
@@ -137,6 +137,8 @@ TEST(CommandLine, RecognisesHelpAndSetOnly)
         {{"--help"}, Kind::Help},
         {{"-h"}, Kind::Help},
         {{"property", "--set", "{}"}, Kind::SetProperty},
+        {{"watch"}, Kind::Watch},
+        {{"watch", "now"}, Kind::Invalid},
         {{}, Kind::Invalid},
         {{"property"}, Kind::Invalid},
         {{"property", "--set"}, Kind::Invalid},

@@ -1,5 +1,6 @@
 #include "keymap/KeymapPlanner.h"
 #include "keymap/KeymapSnapshot.h"
+#include "keymap/MappingRecord.h"
 
 #include <gtest/gtest.h>
 
@@ -123,6 +124,68 @@ TEST(KeymapPlanner, WritesEveryStoredDifferenceButModifiers)
                   c.producesDifferently ? std::vector<int>{13} : std::vector<int>{})
             << c.name;
     }
+}
+
+TEST(KeymapPlanner, AdoptsWhatSomeoneElseChangedUnderTheMapping)
+{
+    const KeymapSnapshot original = sampleKeymap();
+    const std::map<int, int> swap{{8, 9}, {9, 8}, {10, 11}, {11, 10}};
+    const KeymapSnapshot inForce = remappedKeymap(original, swap);
+    // Another layout: every key reloaded, 15 now types z, the swap gone.
+    KeymapSnapshot layout = original;
+    layout.key(15).keysyms = {0x7a, 0x5a};
+
+    const struct {
+        const char *name;
+        KeymapSnapshot current;
+        std::optional<KeymapSnapshot> adopted;
+    } cases[] = {
+        {"our own keymap: nothing to adopt", inForce, std::nullopt},
+        {"only actions re-derived: nothing to adopt",
+         [&] { KeymapSnapshot k = inForce; k.key(8).actions = {0x9}; return k; }(), std::nullopt},
+        {"a new layout is the new original", layout, layout},
+        {"one unmapped key rewritten on top of the swap",
+         [&] { KeymapSnapshot k = inForce; k.key(15).keysyms = {0x7a, 0x5a}; return k; }(), layout},
+        {"a swapped key rewritten by hand keeps the hand-made entry",
+         [&] { KeymapSnapshot k = inForce; k.key(8).keysyms = {kCapsLock}; return k; }(),
+         [&] { KeymapSnapshot k = original; k.key(8) = inForce.key(8); k.key(8).keysyms = {kCapsLock}; return k; }()},
+        {"another keycode range is taken whole",
+         [&] { KeymapSnapshot k = layout; k.maxKeycode = 15; k.keys.pop_back(); return k; }(),
+         [&] { KeymapSnapshot k = layout; k.maxKeycode = 15; k.keys.pop_back(); return k; }()},
+    };
+    for (const auto &c : cases) {
+        const std::optional<KeymapSnapshot> adopted = adoptedOriginal(original, swap, c.current);
+        EXPECT_EQ(adopted.has_value(), c.adopted.has_value()) << c.name;
+        if (adopted && c.adopted) {
+            EXPECT_EQ(*adopted, *c.adopted) << c.name;
+        }
+    }
+    // The swap planned on the adopted layout keeps the layout's own keys.
+    const KeymapSnapshot replanned = remappedKeymap(*adoptedOriginal(original, swap, layout), swap);
+    EXPECT_EQ(replanned.key(15).keysyms, (std::vector<quint32>{0x7a, 0x5a}));
+    EXPECT_EQ(replanned.key(8), original.key(9));
+}
+
+TEST(MappingRecord, RoundTripsAndRejectsDamage)
+{
+    const std::map<int, int> mapping{{37, 133}, {66, 9}, {133, 37}, {255, 8}};
+    EXPECT_EQ(decodeMapping(encodeMapping(mapping)), mapping);
+    EXPECT_EQ(decodeMapping(encodeMapping({})), (std::map<int, int>{}));
+    const QByteArray cases[] = {
+        "",
+        "VISTREL_MAPPING 1",
+        "VISTREL_MAPPING 2 1 37 133",
+        "OTHER 1 1 37 133",
+        "VISTREL_MAPPING 1 2 37 133",         // count says more than there is
+        "VISTREL_MAPPING 1 1 37 133 66",      // trailing token
+        "VISTREL_MAPPING 1 1 7 133",          // keycode below 8
+        "VISTREL_MAPPING 1 1 37 256",         // keycode above 255
+        "VISTREL_MAPPING 1 2 37 133 37 9",    // one source twice
+        "VISTREL_MAPPING 1 -1",
+        "VISTREL_MAPPING 1 1 0x25 133",
+    };
+    for (const QByteArray &text : cases)
+        EXPECT_FALSE(decodeMapping(text)) << text.constData();
 }
 
 TEST(KeymapPlanner, ReportsKeycodesOutsideTheMap)

@@ -3,7 +3,9 @@
 #include <QByteArrayList>
 #include <QProcess>
 #include <QProcessEnvironment>
+#include <QElapsedTimer>
 #include <QStringList>
+#include <QThread>
 
 #include <gtest/gtest.h>
 
@@ -11,6 +13,7 @@
 #include <X11/XKBlib.h>
 #include <X11/Xlib.h>
 #include <X11/extensions/XTest.h>
+#include <X11/keysym.h>
 
 #include <map>
 #include <memory>
@@ -22,7 +25,7 @@ namespace {
 
 const QString kTool = QStringLiteral(VISTREL_KEYMAP_TOOL);
 // Keycodes of Xvfb's default keymap; 206 is the second Super_L key, 207 Hyper_L, both in mod4.
-constexpr int kEscape = 9, kControlL = 37, kShiftL = 50, kCapsLock = 66, kF1 = 67, kControlR = 105,
+constexpr int kEscape = 9, kKeyY = 29, kControlL = 37, kShiftL = 50, kCapsLock = 66, kF1 = 67, kControlR = 105,
               kAltR = 108, kSuperL = 133, kSuperR = 134, kSecondSuper = 206, kHyper = 207;
 
 QByteArray entry(quint32 source, quint32 destination)
@@ -199,6 +202,41 @@ protected:
             EXPECT_EQ(stateWhileHeld(keycode), before.modifiers.at(from));
         }
     }
+
+    // `vistrel-keymap watch` with its standard input held by the test, as the app holds it.
+    std::unique_ptr<QProcess> startWatcher() const
+    {
+        auto watcher = std::make_unique<QProcess>();
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("DISPLAY"), m_server.display());
+        watcher->setProcessEnvironment(environment);
+        const Window before = watchOwner();
+        watcher->start(kTool, {QStringLiteral("watch")});
+        EXPECT_TRUE(watcher->waitForStarted(5000));
+        EXPECT_TRUE(waitFor([&] { return watchOwner() != None && watchOwner() != before; }, 5000))
+            << "the watcher never took the watch selection";
+        return watcher;
+    }
+
+    Window watchOwner() const
+    {
+        return XGetSelectionOwner(display(), XInternAtom(display(), "_VISTREL_KEYMAP_WATCH", False));
+    }
+
+    template <typename Predicate>
+    static bool waitFor(Predicate done, int milliseconds)
+    {
+        QElapsedTimer timer;
+        timer.start();
+        while (!done()) {
+            if (timer.elapsed() > milliseconds)
+                return false;
+            QThread::msleep(10);
+        }
+        return true;
+    }
+
+    KeySym firstKeysym(int keycode) const { return coreRow(keycode).front(); }
 
     bool hasSavedOriginal() const
     {
@@ -379,6 +417,100 @@ TEST_F(KeymapToolX11Test, NoDisplayFailsCleanlyAndHelpNeedsNone)
     EXPECT_EQ(help.exitCode, 0);
     EXPECT_TRUE(help.out.contains("property --set JSON"));
     EXPECT_TRUE(help.err.isEmpty());
+}
+
+TEST_F(KeymapToolX11Test, WatcherRestoresOnlyWhenItsInputEndsUnannounced)
+{
+    const std::vector<std::string> original = snapshot();
+    const struct {
+        const char *name;
+        void (*end)(QProcess &);
+        bool restores;
+    } cases[] = {
+        {"the app died: end of file", [](QProcess &w) { w.closeWriteChannel(); }, true},
+        {"the app removed the mapping itself", [](QProcess &w) { w.write("stop\n"); w.closeWriteChannel(); }, false},
+        {"the watcher itself was killed", [](QProcess &w) { w.kill(); }, false},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.name);
+        ASSERT_EQ(set(kWindowsMode).exitCode, 0);
+        const std::vector<std::string> inForce = snapshot();
+        const auto watcher = startWatcher();
+        c.end(*watcher);
+        if (c.restores) {
+            EXPECT_TRUE(waitFor([&] { return snapshot() == original; }, 1000)) << "not restored within 1 s";
+            EXPECT_FALSE(hasSavedOriginal());
+            // It lingers a few seconds for a late tool run of the dead app, then exits.
+            ASSERT_TRUE(watcher->waitForFinished(15000));
+            EXPECT_EQ(watcher->exitCode(), 0) << watcher->readAllStandardError().toStdString();
+        } else {
+            ASSERT_TRUE(watcher->waitForFinished(5000));
+            EXPECT_EQ(snapshot(), inForce);
+            EXPECT_TRUE(hasSavedOriginal());
+        }
+        ASSERT_EQ(set(kRestore).exitCode, 0);
+    }
+}
+
+TEST_F(KeymapToolX11Test, NewWatcherTakesOverFromTheOldOne)
+{
+    const std::vector<std::string> original = snapshot();
+    ASSERT_EQ(set(kWindowsMode).exitCode, 0);
+    const std::vector<std::string> inForce = snapshot();
+    const auto first = startWatcher();
+    const auto second = startWatcher();
+    ASSERT_TRUE(first->waitForFinished(5000)) << "two watchers on one display";
+    EXPECT_EQ(first->exitCode(), 0);
+    EXPECT_EQ(snapshot(), inForce);
+
+    second->closeWriteChannel();
+    EXPECT_TRUE(waitFor([&] { return snapshot() == original; }, 2000));
+    // A watcher lingering after its restore gives way to a new one at once.
+    const auto third = startWatcher();
+    EXPECT_TRUE(second->waitForFinished(2000));
+}
+
+TEST_F(KeymapToolX11Test, AnotherLayoutGetsTheMappingBackAndBecomesTheOriginal)
+{
+    ASSERT_EQ(set(kWindowsModeAndCapsToEscape).exitCode, 0);
+    const auto watcher = startWatcher();
+    QProcess layout;
+    layout.start(QStringLiteral("/usr/bin/setxkbmap"), {QStringLiteral("-display"), m_server.display(), QStringLiteral("de")});
+    ASSERT_TRUE(layout.waitForFinished(10000));
+    ASSERT_EQ(layout.exitCode(), 0) << layout.readAllStandardError().toStdString();
+
+    // The German layout has z where US has y; the swap and Caps Lock -> Escape come back on it.
+    EXPECT_TRUE(waitFor([&] {
+        return firstKeysym(kKeyY) == XK_z && firstKeysym(kControlL) == XK_Super_L
+            && firstKeysym(kSuperL) == XK_Control_L && firstKeysym(kCapsLock) == XK_Escape;
+    }, 2000)) << "the mapping is not back on the new layout";
+    EXPECT_EQ(modifiersOf(kSuperL), unsigned(ControlMask));
+    const std::vector<std::string> reapplied = snapshot();
+
+    // Restoring now brings the German layout, not the one from before it.
+    watcher->closeWriteChannel();
+    EXPECT_TRUE(waitFor([&] { return !hasSavedOriginal(); }, 2000));
+    EXPECT_EQ(firstKeysym(kKeyY), XK_z);
+    EXPECT_EQ(firstKeysym(kControlL), XK_Control_L);
+    EXPECT_EQ(firstKeysym(kCapsLock), XK_Caps_Lock);
+    EXPECT_EQ(modifiersOf(kControlL), unsigned(ControlMask));
+    EXPECT_FALSE(hasSavedOriginal());
+    EXPECT_NE(snapshot(), reapplied);
+}
+
+TEST_F(KeymapToolX11Test, SetAfterAnotherLayoutPlansOnTheNewLayoutWithoutAWatcher)
+{
+    ASSERT_EQ(set(kWindowsMode).exitCode, 0);
+    QProcess layout;
+    layout.start(QStringLiteral("/usr/bin/setxkbmap"), {QStringLiteral("-display"), m_server.display(), QStringLiteral("de")});
+    ASSERT_TRUE(layout.waitForFinished(10000));
+    const std::vector<std::string> german = snapshot();
+
+    ASSERT_EQ(set(kWindowsModeAndCapsToEscape).exitCode, 0);
+    EXPECT_EQ(firstKeysym(kControlL), XK_Super_L);
+    EXPECT_EQ(firstKeysym(kKeyY), XK_z);
+    ASSERT_EQ(set(kRestore).exitCode, 0);
+    EXPECT_EQ(snapshot(), german);
 }
 
 } // namespace

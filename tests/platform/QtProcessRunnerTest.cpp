@@ -4,6 +4,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 namespace {
 
@@ -73,6 +74,48 @@ TEST(QtProcessRunner, StartsDetached)
 
     EXPECT_FALSE(runner.startDetached(QStringLiteral("/nonexistent/vistrel-tool"), {}));
     EXPECT_FALSE(runner.startDetached(QStringLiteral("touch"), {marker}));
+}
+
+TEST(QtProcessRunner, CompanionReadsEndOfFileHoweverWeLeave)
+{
+    // The child writes down its session and what it read until end of file.
+    const QString script = QStringLiteral(
+        "cut -d' ' -f6 /proc/$$/stat > \"$1.session\"; cat > \"$1.tmp\"; mv \"$1.tmp\" \"$1\"");
+    const struct {
+        const char *name;
+        bool finish;
+        QByteArray read;
+    } cases[] = {
+        {"finished: a stop line, then end of file", true, "stop\n"},
+        {"handle dropped, as when we die: end of file alone", false, ""},
+    };
+    QtProcessRunner runner;
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.name);
+        QTemporaryDir dir;
+        ASSERT_TRUE(dir.isValid());
+        const QString record = dir.filePath(QStringLiteral("read"));
+        auto companion = runner.startCompanion(QStringLiteral("/bin/sh"), {QStringLiteral("-c"), script,
+                                                                           QStringLiteral("sh"), record});
+        ASSERT_TRUE(companion);
+        EXPECT_TRUE(companion->isRunning());
+        if (c.finish) {
+            companion->finish();
+            EXPECT_FALSE(companion->isRunning());
+        } else {
+            companion.reset();
+        }
+        // Both ways wait for the child to exit.
+        QFile read(record);
+        ASSERT_TRUE(read.open(QIODevice::ReadOnly));
+        EXPECT_EQ(read.readAll(), c.read);
+        QFile session(record + QStringLiteral(".session"));
+        ASSERT_TRUE(session.open(QIODevice::ReadOnly));
+        EXPECT_NE(session.readAll().trimmed().toLongLong(), qint64(getsid(0)))
+            << "the companion shares our session, so a signal to our group would end it";
+    }
+    EXPECT_FALSE(runner.startCompanion(QStringLiteral("sh"), {}));
+    EXPECT_FALSE(runner.startCompanion(QStringLiteral("/nonexistent/vistrel-keymap"), {}));
 }
 
 } // namespace

@@ -38,6 +38,23 @@ std::vector<int> keycodesProducingDifferently(const KeymapSnapshot &actual, cons
     return keycodes;
 }
 
+std::optional<KeymapSnapshot> adoptedOriginal(const KeymapSnapshot &original, const std::map<int, int> &mapping,
+                                              const KeymapSnapshot &current)
+{
+    if (current.minKeycode != original.minKeycode || current.maxKeycode != original.maxKeycode
+        || keycodeOutside(original, mapping))
+        return current;
+    const KeymapSnapshot expected = remappedKeymap(original, mapping);
+    if (keycodesProducingDifferently(current, expected).empty())
+        return std::nullopt;
+    KeymapSnapshot adopted = current;
+    for (const auto &[source, destination] : mapping) {
+        if (current.key(source).producesSameAs(expected.key(source)))
+            adopted.key(source) = original.key(source);
+    }
+    return adopted;
+}
+
 std::optional<int> keycodeOutside(const KeymapSnapshot &snapshot, const std::map<int, int> &mapping)
 {
     for (const auto &[source, destination] : mapping) {

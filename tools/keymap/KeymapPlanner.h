@@ -20,6 +20,14 @@ std::vector<int> keycodesToWrite(const KeymapSnapshot &current, const KeymapSnap
 // Keycodes whose visible behaviour differs (see KeyEntry::producesSameAs).
 std::vector<int> keycodesProducingDifferently(const KeymapSnapshot &actual, const KeymapSnapshot &target);
 
+// The original to plan against once someone else changed the keymap under a mapping
+// (another layout loaded, a key rewritten): empty while `current` still produces what
+// `mapping` on `original` made. A mapped key that still carries what we wrote keeps its
+// old original entry; every other key's current entry becomes its original. A keymap of
+// another keycode range, or a mapping that does not fit the old original, is taken whole.
+std::optional<KeymapSnapshot> adoptedOriginal(const KeymapSnapshot &original, const std::map<int, int> &mapping,
+                                              const KeymapSnapshot &current);
+
 // The first keycode of the mapping (source or destination) outside the map's range.
 std::optional<int> keycodeOutside(const KeymapSnapshot &snapshot, const std::map<int, int> &mapping);
 

@@ -1,6 +1,7 @@
 #include "keymap/KeymapTool.h"
 
 #include "keymap/KeymapPlanner.h"
+#include "keymap/MappingRecord.h"
 #include "keymap/UserKeyMapping.h"
 #include "keymap/X11Keyboard.h"
 
@@ -15,11 +16,6 @@ namespace {
 constexpr auto kModifierPatience = std::chrono::milliseconds(8000);
 constexpr auto kBusyRetryInterval = std::chrono::milliseconds(50);
 
-struct Attempt {
-    Outcome outcome;
-    bool modifierHeld = false;   // worth trying again once the key is up
-};
-
 Attempt failed(ExitStatus status, const QString &error)
 {
     return {{status, error}, false};
@@ -28,14 +24,6 @@ Attempt failed(ExitStatus status, const QString &error)
 Attempt unreadableKeymap()
 {
     return failed(ExitRefused, QStringLiteral("cannot read the keyboard map (is the XKB extension there?)"));
-}
-
-// The keymap every mapping is planned against: the one saved before the first mapping,
-// or the current one when nothing is saved yet.
-std::optional<KeymapSnapshot> originalKeymap(const X11Keyboard &keyboard,
-                                             const std::optional<QByteArray> &saved)
-{
-    return saved ? decodeSnapshot(*saved) : keyboard.read();
 }
 
 // Writes the target keymap. The modifier map goes first: it is the step the server may
@@ -63,19 +51,46 @@ Attempt write(X11Keyboard &keyboard, const KeymapSnapshot &current, const Keymap
     return {};
 }
 
+std::optional<std::map<int, int>> recordedMapping(const X11Keyboard &keyboard)
+{
+    const std::optional<QByteArray> text = keyboard.savedMapping();
+    return text ? decodeMapping(*text) : std::nullopt;
+}
+
+} // namespace
+
 // One read-plan-write pass with the server grabbed, so no other client sees or makes a
 // change half way.
-Attempt applyOnce(X11Keyboard &keyboard, const std::map<int, int> &mapping)
+Attempt applyOnce(X11Keyboard &keyboard, const std::optional<std::map<int, int>> &requested)
 {
     ServerGrab grab(keyboard);
     const std::optional<QByteArray> saved = keyboard.savedOriginal();
-    if (!saved && mapping.empty())
+    const std::optional<std::map<int, int>> recorded = saved ? recordedMapping(keyboard) : std::nullopt;
+    if (!requested && !recorded)
+        return {};   // nothing in force to keep up
+    const std::map<int, int> &mapping = requested ? *requested : *recorded;
+    if (!saved && mapping.empty()) {
+        if (keyboard.savedMapping())
+            keyboard.deleteSavedMapping();
         return {};
-    const std::optional<KeymapSnapshot> original = originalKeymap(keyboard, saved);
-    if (!original) {
-        return saved ? failed(ExitRefused, QStringLiteral("the saved original keymap on the root window is unreadable"))
-                     : unreadableKeymap();
     }
+    const std::optional<KeymapSnapshot> current = keyboard.read();
+    if (!current)
+        return unreadableKeymap();
+    std::optional<KeymapSnapshot> original = saved ? decodeSnapshot(*saved) : current;
+    if (!original)
+        return failed(ExitRefused, QStringLiteral("the saved original keymap on the root window is unreadable"));
+    // Someone else loaded a layout or rewrote keys since our last write: what they made is
+    // the new original, so the mapping goes on top of it and a restore brings it back.
+    bool adopted = false;
+    if (recorded) {
+        if (auto newer = adoptedOriginal(*original, *recorded, *current)) {
+            original = std::move(newer);
+            adopted = true;
+        }
+    }
+    if (!requested && !adopted)
+        return {};   // the recorded mapping is still what the keymap shows
     if (const auto keycode = keycodeOutside(*original, mapping)) {
         return failed(ExitBadProperty, QStringLiteral("keycode %1 is outside this display's keymap (%2..%3)")
                                            .arg(*keycode)
@@ -84,24 +99,42 @@ Attempt applyOnce(X11Keyboard &keyboard, const std::map<int, int> &mapping)
     }
 
     const KeymapSnapshot target = mapping.empty() ? *original : remappedKeymap(*original, mapping);
-    const std::optional<KeymapSnapshot> current = keyboard.read();
-    if (!current)
-        return unreadableKeymap();
     const std::vector<int> keycodes = keycodesToWrite(*current, target);
     if (!keyboard.fits(target, keycodes))
         return failed(ExitRefused, QStringLiteral("the saved keymap does not fit this keyboard layout"));
 
-    if (!saved)
+    if (!saved || adopted)
         keyboard.saveOriginal(encodeSnapshot(*original));
     const Attempt attempt = write(keyboard, *current, target, keycodes);
-    if (!saved && attempt.modifierHeld)
-        keyboard.deleteSavedOriginal();
-    else if (attempt.outcome.status == ExitDone && mapping.empty())
-        keyboard.deleteSavedOriginal();
+    if (attempt.modifierHeld) {
+        // Nothing changed: leave the root window as it was for the next try.
+        if (!saved)
+            keyboard.deleteSavedOriginal();
+        else if (adopted)
+            keyboard.saveOriginal(*saved);
+    } else if (attempt.outcome.status == ExitDone) {
+        if (mapping.empty()) {
+            keyboard.deleteSavedOriginal();
+            keyboard.deleteSavedMapping();
+        } else if (!recorded || *recorded != mapping) {
+            keyboard.saveMapping(encodeMapping(mapping));
+        }
+    }
     return attempt;
 }
 
-} // namespace
+Outcome applyWithPatience(X11Keyboard &keyboard, const std::map<int, int> &mapping)
+{
+    // A held modifier is usually let go within moments (the hot key that asked for the
+    // change); wait without the grab so the release, even a synthetic one, gets through.
+    const auto deadline = std::chrono::steady_clock::now() + kModifierPatience;
+    Attempt attempt = applyOnce(keyboard, mapping);
+    while (attempt.modifierHeld && std::chrono::steady_clock::now() < deadline) {
+        std::this_thread::sleep_for(kBusyRetryInterval);
+        attempt = applyOnce(keyboard, mapping);
+    }
+    return attempt.outcome;
+}
 
 Outcome applyProperty(const QByteArray &json, const QByteArray &displayName)
 {
@@ -117,15 +150,7 @@ Outcome applyProperty(const QByteArray &json, const QByteArray &displayName)
         return {ExitNoDisplay, QStringLiteral("cannot open display \"%1\"").arg(name)};
     }
 
-    // A held modifier is usually let go within moments (the hot key that asked for the
-    // change); wait without the grab so the release, even a synthetic one, gets through.
-    const auto deadline = std::chrono::steady_clock::now() + kModifierPatience;
-    Attempt attempt = applyOnce(*keyboard, mapping);
-    while (attempt.modifierHeld && std::chrono::steady_clock::now() < deadline) {
-        std::this_thread::sleep_for(kBusyRetryInterval);
-        attempt = applyOnce(*keyboard, mapping);
-    }
-    return attempt.outcome;
+    return applyWithPatience(*keyboard, mapping);
 }
 
 } // namespace keymap

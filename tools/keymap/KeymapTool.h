@@ -3,6 +3,9 @@
 #include <QByteArray>
 #include <QString>
 
+#include <map>
+#include <optional>
+
 namespace keymap {
 
 enum ExitStatus : int {
@@ -17,6 +20,20 @@ struct Outcome {
     ExitStatus status = ExitDone;
     QString error;   // one line when status is not ExitDone
 };
+
+class X11Keyboard;
+
+struct Attempt {
+    Outcome outcome;
+    bool modifierHeld = false;   // nothing changed; worth trying again once the key is up
+};
+
+// One pass with the server grabbed: plans `mapping` (empty: restore the saved original)
+// against the original and writes it. Without a mapping it re-applies the one recorded on
+// the root window, if any. A keymap changed by someone else becomes the new original.
+Attempt applyOnce(X11Keyboard &keyboard, const std::optional<std::map<int, int>> &mapping);
+// applyOnce, retried for a while as long as a modifier key is held.
+Outcome applyWithPatience(X11Keyboard &keyboard, const std::map<int, int> &mapping);
 
 // Applies a "UserKeyMapping" property to the display's keymap, or restores the original
 // keymap for an empty list. Nothing is changed unless the whole property is valid.

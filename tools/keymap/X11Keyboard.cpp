@@ -13,6 +13,8 @@ namespace keymap {
 namespace {
 
 constexpr char kSavedPropertyName[] = "_VISTREL_ORIGINAL_KEYMAP";
+constexpr char kMappingPropertyName[] = "_VISTREL_KEYMAP_MAPPING";
+constexpr char kWatchSelectionName[] = "_VISTREL_KEYMAP_WATCH";
 constexpr long kLongestPropertyInLongs = 1L << 20;
 constexpr unsigned kEntryParts = XkbKeyTypesMask | XkbKeySymsMask | XkbKeyActionsMask
     | XkbExplicitComponentsMask | XkbModifierMapMask | XkbVirtualModMapMask;
@@ -114,7 +116,9 @@ std::unique_ptr<X11Keyboard> X11Keyboard::open(const QByteArray &displayName)
 }
 
 X11Keyboard::X11Keyboard(Display *display)
-    : m_display(display), m_savedAtom(XInternAtom(display, kSavedPropertyName, False))
+    : m_display(display),
+      m_savedAtom(XInternAtom(display, kSavedPropertyName, False)),
+      m_mappingAtom(XInternAtom(display, kMappingPropertyName, False))
 {
 }
 
@@ -137,14 +141,14 @@ std::optional<KeymapSnapshot> X11Keyboard::read() const
     return snapshot;
 }
 
-std::optional<QByteArray> X11Keyboard::savedOriginal() const
+std::optional<QByteArray> X11Keyboard::rootText(unsigned long atom) const
 {
     Atom type = None;
     int format = 0;
     unsigned long count = 0;
     unsigned long remaining = 0;
     unsigned char *data = nullptr;
-    const int status = XGetWindowProperty(m_display, DefaultRootWindow(m_display), m_savedAtom, 0,
+    const int status = XGetWindowProperty(m_display, DefaultRootWindow(m_display), atom, 0,
                                           kLongestPropertyInLongs, False, AnyPropertyType, &type,
                                           &format, &count, &remaining, &data);
     std::optional<QByteArray> text;
@@ -156,17 +160,17 @@ std::optional<QByteArray> X11Keyboard::savedOriginal() const
     return text;
 }
 
-void X11Keyboard::saveOriginal(const QByteArray &text)
+void X11Keyboard::setRootText(unsigned long atom, const QByteArray &text)
 {
-    XChangeProperty(m_display, DefaultRootWindow(m_display), m_savedAtom, XA_STRING, 8,
+    XChangeProperty(m_display, DefaultRootWindow(m_display), atom, XA_STRING, 8,
                     PropModeReplace, reinterpret_cast<const unsigned char *>(text.constData()),
                     int(text.size()));
     XSync(m_display, False);
 }
 
-void X11Keyboard::deleteSavedOriginal()
+void X11Keyboard::deleteRootText(unsigned long atom)
 {
-    XDeleteProperty(m_display, DefaultRootWindow(m_display), m_savedAtom);
+    XDeleteProperty(m_display, DefaultRootWindow(m_display), atom);
     XSync(m_display, False);
 }
 
@@ -232,6 +236,41 @@ void X11Keyboard::ungrabServer()
 {
     XUngrabServer(m_display);
     XSync(m_display, False);
+}
+
+bool X11Keyboard::claimWatch()
+{
+    int opcode = 0, errorBase = 0, major = XkbMajorVersion, minor = XkbMinorVersion;
+    if (!XkbQueryExtension(m_display, &opcode, &m_xkbEventBase, &errorBase, &major, &minor))
+        return false;
+    XkbSelectEvents(m_display, XkbUseCoreKbd, XkbMapNotifyMask | XkbNewKeyboardNotifyMask,
+                    XkbMapNotifyMask | XkbNewKeyboardNotifyMask);
+
+    const Window root = DefaultRootWindow(m_display);
+    m_watchWindow = XCreateSimpleWindow(m_display, root, 0, 0, 1, 1, 0, 0, 0);
+    const Atom selection = XInternAtom(m_display, kWatchSelectionName, False);
+    XSetSelectionOwner(m_display, selection, m_watchWindow, CurrentTime);
+    return XGetSelectionOwner(m_display, selection) == m_watchWindow;
+}
+
+int X11Keyboard::connectionNumber() const
+{
+    return ConnectionNumber(m_display);
+}
+
+X11Keyboard::Events X11Keyboard::takeEvents()
+{
+    Events events;
+    // XPending reads the socket; a closed connection ends in the I/O error handler.
+    while (XPending(m_display) > 0) {
+        XEvent event;
+        XNextEvent(m_display, &event);
+        if (event.type == SelectionClear && event.xselectionclear.window == m_watchWindow)
+            events.watchTakenOver = true;
+        else if (event.type == MappingNotify || (m_xkbEventBase >= 0 && event.type == m_xkbEventBase))
+            events.keymapChanged = true;
+    }
+    return events;
 }
 
 } // namespace keymap

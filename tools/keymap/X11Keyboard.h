@@ -30,9 +30,13 @@ public:
     // Empty when the server has no keyboard extension or does not answer.
     std::optional<KeymapSnapshot> read() const;
 
-    std::optional<QByteArray> savedOriginal() const;
-    void saveOriginal(const QByteArray &text);
-    void deleteSavedOriginal();
+    std::optional<QByteArray> savedOriginal() const { return rootText(m_savedAtom); }
+    void saveOriginal(const QByteArray &text) { setRootText(m_savedAtom, text); }
+    void deleteSavedOriginal() { deleteRootText(m_savedAtom); }
+    // The mapping in force, saved beside the original (see MappingRecord).
+    std::optional<QByteArray> savedMapping() const { return rootText(m_mappingAtom); }
+    void saveMapping(const QByteArray &text) { setRootText(m_mappingAtom, text); }
+    void deleteSavedMapping() { deleteRootText(m_mappingAtom); }
 
     // Busy while a key of a changed modifier is down; nothing changes then.
     ModifierResult setModifiers(const KeymapSnapshot &target);
@@ -43,11 +47,27 @@ public:
     void grabServer();
     void ungrabServer();
 
+    // Watching: one watcher per display, marked by a selection that a newer watcher takes
+    // over. Events arrive on connectionNumber(); takeEvents() reads what is queued.
+    struct Events {
+        bool keymapChanged = false;
+        bool watchTakenOver = false;
+    };
+    bool claimWatch();
+    int connectionNumber() const;
+    Events takeEvents();
+
 private:
     explicit X11Keyboard(Display *display);
+    std::optional<QByteArray> rootText(unsigned long atom) const;
+    void setRootText(unsigned long atom, const QByteArray &text);
+    void deleteRootText(unsigned long atom);
 
     Display *m_display;
     unsigned long m_savedAtom;
+    unsigned long m_mappingAtom;
+    unsigned long m_watchWindow = 0;
+    int m_xkbEventBase = -1;
 };
 
 // Holds other clients off between reading the keymap and writing it back.

@@ -1,7 +1,9 @@
 #include "keymap/CommandLine.h"
 #include "keymap/KeymapTool.h"
+#include "keymap/KeymapWatch.h"
 
 #include <cstdio>
+#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -31,9 +33,12 @@ int main(int argc, char **argv)
         printError(command.error);
         return keymap::ExitBadArguments;
     case keymap::Command::Kind::SetProperty:
+    case keymap::Command::Kind::Watch:
         break;
     }
-    const keymap::Outcome outcome = keymap::applyProperty(command.property, QByteArray());
+    const keymap::Outcome outcome = command.kind == keymap::Command::Kind::Watch
+        ? keymap::watch(QByteArray(), STDIN_FILENO)
+        : keymap::applyProperty(command.property, QByteArray());
     if (outcome.status != keymap::ExitDone)
         printError(outcome.error);
     return outcome.status;

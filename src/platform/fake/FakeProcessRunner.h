@@ -4,6 +4,7 @@
 
 #include <QList>
 #include <functional>
+#include <memory>
 
 // A ProcessRunner that starts nothing. It records every call and answers from a script:
 // queued results first (one per run), then the responder if set, then defaultResult.
@@ -22,6 +23,16 @@ public:
     Responder responder;
     ProcessResult defaultResult = exited(0);
     bool detachedStarts = true;   // what startDetached answers
+    bool companionStarts = true;  // whether startCompanion succeeds
+
+    // What became of each companion started so far, in order.
+    struct CompanionRecord {
+        Call call;
+        bool running = true;   // a test clears it to play a companion that died
+        bool finished = false; // finish() was called
+        bool dropped = false;  // the handle was destroyed
+    };
+    std::shared_ptr<QList<CompanionRecord>> companions = std::make_shared<QList<CompanionRecord>>();
 
     static ProcessResult exited(int exitCode, QByteArray output = {})
     {
@@ -59,4 +70,35 @@ public:
         calls.append({program, arguments, true});
         return detachedStarts;
     }
+
+    std::unique_ptr<CompanionProcess> startCompanion(const QString &program,
+                                                     const QStringList &arguments) override
+    {
+        if (!companionStarts)
+            return nullptr;
+        companions->append(CompanionRecord{Call{program, arguments, true}});
+        return std::make_unique<Companion>(companions, companions->size() - 1);
+    }
+
+private:
+    class Companion : public CompanionProcess {
+    public:
+        Companion(std::shared_ptr<QList<CompanionRecord>> records, qsizetype index)
+            : m_records(std::move(records)), m_index(index) {}
+        ~Companion() override
+        {
+            (*m_records)[m_index].dropped = true;
+            (*m_records)[m_index].running = false;
+        }
+        bool isRunning() const override { return m_records->at(m_index).running; }
+        void finish() override
+        {
+            (*m_records)[m_index].finished = true;
+            (*m_records)[m_index].running = false;
+        }
+
+    private:
+        std::shared_ptr<QList<CompanionRecord>> m_records;
+        qsizetype m_index;
+    };
 };

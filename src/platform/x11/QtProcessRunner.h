@@ -9,4 +9,6 @@ public:
     ProcessResult run(const QString &program, const QStringList &arguments) override;
     // The child's output goes to the null device.
     bool startDetached(const QString &program, const QStringList &arguments) override;
+    std::unique_ptr<CompanionProcess> startCompanion(const QString &program,
+                                                     const QStringList &arguments) override;
 };

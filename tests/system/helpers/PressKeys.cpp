@@ -6,13 +6,20 @@
 // right to left, so "133+23" holds keycode 133, taps 23 and lets go of 133.
 // Keycodes bypass the keymap on purpose: the app under test rewrites it, and a
 // test wants "the key where Super sits" whatever symbol it carries right now.
+//
+//   vistrel-test-keys --hold 3000 133+23    holds the chord 3 s (the server auto-repeats)
+//   vistrel-test-keys --burst 133+13 133+13  all chords in one go, one round trip at the end
+//   vistrel-test-keys --modifiers           prints the logical modifier mask, e.g. "0"
 
+#include <X11/XKBlib.h>
 #include <X11/Xlib.h>
 #include <X11/extensions/XTest.h>
 
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -45,8 +52,18 @@ int main(int argc, char **argv)
         std::fprintf(stderr, "usage: %s KEYCODE[+KEYCODE...] ...\n", argv[0]);
         return 2;
     }
+    const bool modifiersOnly = std::string(argv[1]) == "--modifiers";
+    long holdMs = 0;
+    int first = 1;
+    const bool burst = std::string(argv[1]) == "--burst";
+    if (burst) {
+        first = 2;
+    } else if (std::string(argv[1]) == "--hold" && argc >= 4) {
+        holdMs = std::strtol(argv[2], nullptr, 10);
+        first = 3;
+    }
     std::vector<std::vector<unsigned>> chords;
-    for (int i = 1; i < argc; ++i) {
+    for (int i = modifiersOnly ? argc : first; i < argc; ++i) {
         std::vector<unsigned> chord;
         if (!parseChord(argv[i], chord)) {
             std::fprintf(stderr, "%s: bad chord '%s' (keycodes 8-255 joined by '+')\n",
@@ -61,6 +78,13 @@ int main(int argc, char **argv)
         std::fprintf(stderr, "%s: cannot open display\n", argv[0]);
         return 1;
     }
+    if (modifiersOnly) {
+        XkbStateRec state{};
+        XkbGetState(display, XkbUseCoreKbd, &state);
+        std::printf("%u\n", unsigned(state.mods));
+        XCloseDisplay(display);
+        return 0;
+    }
     int eventBase = 0, errorBase = 0, major = 0, minor = 0;
     if (!XTestQueryExtension(display, &eventBase, &errorBase, &major, &minor)) {
         std::fprintf(stderr, "%s: the X server has no XTEST extension\n", argv[0]);
@@ -70,11 +94,17 @@ int main(int argc, char **argv)
     for (const auto &chord : chords) {
         for (unsigned code : chord)
             XTestFakeKeyEvent(display, code, True, CurrentTime);
+        if (holdMs > 0) {
+            XSync(display, False);
+            std::this_thread::sleep_for(std::chrono::milliseconds(holdMs));
+        }
         for (auto it = chord.rbegin(); it != chord.rend(); ++it)
             XTestFakeKeyEvent(display, *it, False, CurrentTime);
         // One round trip per chord: the server has seen it before the next starts.
-        XSync(display, False);
+        if (!burst)
+            XSync(display, False);
     }
+    XSync(display, False);
     XCloseDisplay(display);
     return 0;
 }

@@ -1,0 +1,126 @@
+#!/usr/bin/env python3
+"""The keymap outlives neither a crash nor a layout change: the companion that restores it
+when the app dies, and the mapping put back when someone else loads a layout."""
+
+import os
+import signal
+import time
+
+import harness
+from procs import session_processes
+from vistrel_app import KEY_CAPS_LOCK, KEY_CONTROL_L, VistrelApp, swap_only_problems, swap_problems
+
+KEY_Y = 29          # y on a US layout, z on a German one
+RESTORE_BUDGET = 1.0
+LAYOUT_BUDGET = 2.0
+
+
+def companions(session):
+    return [p.pid for p in session_processes(session.desktop.token)
+            if p.args.split()[:2] == [session.binary("vistrel-keymap"), "watch"]]
+
+
+def logical_modifiers(session):
+    return int(session.x.text([session.binary("vistrel-test-keys"), "--modifiers"]).strip())
+
+
+def wait_timed(predicate, budget, what):
+    """Seconds until predicate() held; fails after twice the budget."""
+    start = time.monotonic()
+    harness.wait_until(predicate, 2 * budget, what, interval=0.02)
+    return time.monotonic() - start
+
+
+def kill(pid):
+    os.kill(pid, signal.SIGKILL)
+
+
+class KeymapWatchdogTests(harness.SystemTestCase):
+
+    def _launch_swapped(self, session):
+        app = VistrelApp(session)
+        app.launch()
+        app.main_window()
+        app.wait_swapped()
+        harness.wait_until(lambda: len(companions(session)) == 1, 10, "one companion")
+        return app
+
+    def test_kill_9_restores_the_keymap_within_a_second(self):
+        session = self.start_session()
+        x = session.x
+        before = x.keymap()
+        app = self._launch_swapped(session)
+        [companion] = companions(session)
+
+        kill(app.process.pid)
+        took = wait_timed(lambda: not x.keymap().differences(before), RESTORE_BUDGET,
+                          "the keymap from before launch")
+        print("keymap restored %.3f s after kill -9" % took)
+        self.assertLess(took, RESTORE_BUDGET)
+        self.assertEqual(logical_modifiers(session), 0)
+        # It stays a few seconds in case a tool run of the dead app sets a mapping late.
+        harness.wait_until(lambda: companion not in companions(session), 15, "the companion to exit")
+
+    def test_app_and_companion_killed_then_relaunch_and_quit_restore_the_first_original(self):
+        session = self.start_session()
+        x = session.x
+        before = x.keymap()
+        app = self._launch_swapped(session)
+        for pid in companions(session) + [app.process.pid]:
+            kill(pid)
+        app.process.wait(10)
+        self.assertEqual(swap_problems(x.keymap()), [], "nobody was left to restore it")
+
+        # Planned against the saved original: the swap is not swapped back.
+        app = self._launch_swapped(session)
+        self.assertEqual(swap_only_problems(before, x.keymap()), [])
+        self.assertEqual(app.quit_by_hot_key(), 0)
+        self.assertEqual(x.keymap().differences(before), [])
+        harness.wait_until(lambda: not companions(session), 5, "the companion to exit")
+
+    def test_one_companion_per_launch_and_none_after_quit(self):
+        session = self.start_session()
+        x = session.x
+        before = x.keymap()
+        app = self._launch_swapped(session)
+        [companion] = companions(session)
+
+        # A second launch hands over to the first and exits: no second companion.
+        self.assertEqual(session.launch("vistrel").wait(20), 0)
+        self.assertEqual(companions(session), [companion])
+
+        # Killed behind the app's back, it is replaced on the next retry tick.
+        kill(companion)
+        harness.wait_until(lambda: len(companions(session)) == 1
+                           and companions(session) != [companion], 10, "a new companion")
+
+        self.assertEqual(app.terminate(), 0)
+        self.assertEqual(x.keymap().differences(before), [])
+        harness.wait_until(lambda: not companions(session), 5, "the companion to exit")
+        # Told the app quit on purpose, it restored nothing a second time.
+        self.assertEqual(x.keymap().differences(before), [])
+
+    def test_another_layout_gets_the_swap_back_and_quit_restores_it(self):
+        session = self.start_session()
+        x = session.x
+        x.run(["setxkbmap", "de"])
+        german = x.keymap()
+        self.assertEqual(german.first_keysym(KEY_Y), "z")
+        x.run(["setxkbmap", "us"])
+        app = self._launch_swapped(session)
+
+        x.run(["setxkbmap", "de"])
+        took = wait_timed(lambda: (lambda k: not swap_problems(k) and k.first_keysym(KEY_Y) == "z")(
+            x.keymap()), LAYOUT_BUDGET, "the swap on the German layout")
+        print("swap back on the new layout %.3f s after setxkbmap" % took)
+        self.assertLess(took, LAYOUT_BUDGET)
+        self.assertEqual(swap_only_problems(german, x.keymap()), [])
+        self.assertEqual(x.keymap().first_keysym(KEY_CAPS_LOCK), "Caps_Lock")
+
+        self.assertEqual(app.quit_by_hot_key(), 0)
+        self.assertEqual(x.keymap().differences(german), [])
+        self.assertEqual(x.keymap().first_keysym(KEY_CONTROL_L), "Control_L")
+
+
+if __name__ == "__main__":
+    harness.main()
