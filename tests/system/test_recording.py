@@ -65,22 +65,9 @@ class RecordingTests(harness.SystemTestCase):
     def _main_shown(self, session, app, main):
         return bool(session.x.windows(name=main.name, pid=app.process.pid))
 
-    def _full_screen_window(self, session, app):
-        width, height = session.desktop.screen
-        out = session.x.run(["xdotool", "search", "--onlyvisible", "--pid", str(app.process.pid), ""],
-                            check=False).stdout.decode()
-        for wid in (int(w) for w in out.split()):
-            try:
-                g = session.x.geometry(wid)
-            except RuntimeError:
-                continue
-            if (g.x, g.y, g.width, g.height) == (0, 0, width, height):
-                return wid
-        return None
-
     def _open_selector(self, session, app):
         session.x.press_keycodes(COMMAND_5)
-        return harness.wait_until(lambda: self._full_screen_window(session, app), 20,
+        return harness.wait_until(lambda: app.selector(), 20,
                                   "the recording region selector")
 
     def _drag(self, session, x0, y0, x1, y1):

@@ -187,29 +187,10 @@ class ScreenshotTests(harness.SystemTestCase):
         # a new one.
         return bool(session.x.windows(name=main.name, pid=app.process.pid))
 
-    def _visible_windows(self, session, app):
-        """Viewable windows of the app (xdotool also lists the root; it is left out)."""
-        root = int(re.search(r"Window id: (0x[0-9a-f]+)",
-                             session.x.text(["xwininfo", "-root"])).group(1), 16)
-        out = session.x.run(["xdotool", "search", "--onlyvisible", "--pid",
-                             str(app.process.pid), ""], check=False).stdout.decode()
-        return [int(w) for w in out.split() if int(w) != root]
-
-    def _selector(self, session, app):
-        width, height = session.desktop.screen
-        for wid in self._visible_windows(session, app):
-            try:
-                g = session.x.geometry(wid)
-            except RuntimeError:
-                continue
-            if (g.x, g.y, g.width, g.height) == (0, 0, width, height):
-                return wid
-        return None
-
     def _open_selector(self, session, app):
         """Presses Command+4 and returns the selector window once it is on screen."""
         session.x.press_keycodes(COMMAND_4)
-        return harness.wait_until(lambda: self._selector(session, app), 20,
+        return harness.wait_until(lambda: app.selector(), 20,
                                   "the region selector to cover the screen")
 
     def _drag(self, session, x0, y0, x1, y1, release=True):
@@ -332,7 +313,7 @@ class ScreenshotTests(harness.SystemTestCase):
                 self._open_selector(session, app)
                 self._drag(session, 200, 200, 500, 400, release=False)
                 session.x.key("Escape")
-                harness.wait_until(lambda: self._selector(session, app) is None, 10,
+                harness.wait_until(lambda: app.selector() is None, 10,
                                    "the selector to go")
                 session.x.run(["xdotool", "mouseup", "1"])
                 if visible:

@@ -24,22 +24,6 @@ FULL_DESKTOP = ('mount -t tmpfs -o size=32k tmpfs "$1" && '
 
 class StormTests(harness.SystemTestCase):
 
-    def _full_screen_windows(self, session, app):
-        width, height = session.desktop.screen
-        out = session.x.run(["xdotool", "search", "--onlyvisible", "--pid",
-                             str(app.process.pid), ""], check=False).stdout.decode()
-        found = []
-        for wid in (int(w) for w in out.split()):
-            try:
-                g = session.x.geometry(wid)
-                # xdotool also lists a frame of the window manager's, which has no pid.
-                owned = session.x.window(wid).pid == app.process.pid
-            except RuntimeError:
-                continue   # closed while we looked
-            if owned and (g.x, g.y, g.width, g.height) == (0, 0, width, height):
-                found.append(wid)
-        return found
-
     def _drag(self, session, x0, y0, x1, y1):
         session.x.run(["xdotool", "mousemove", str(x0), str(y0), "mousedown", "1",
                        "mousemove", str((x0 + x1) // 2), str((y0 + y1) // 2),
@@ -55,17 +39,17 @@ class StormTests(harness.SystemTestCase):
         session.x.press_keycodes("--burst", *[COMMAND_4] * BURST)
         sent = time.monotonic() - start
         self.assertLess(sent, 1.0, "the burst took %.2f s to send" % sent)
-        harness.wait_until(lambda: self._full_screen_windows(session, app), 20,
+        harness.wait_until(lambda: app.full_screen_windows(), 20,
                            "the region selector")
         # Every press has been handled once the app answers a ping queued after them.
         settle(session, app.process.pid, timeout=10)
-        self.assertEqual(len(self._full_screen_windows(session, app)), 1)
+        self.assertEqual(len(app.full_screen_windows()), 1)
 
         session.x.key("Escape")
-        harness.wait_until(lambda: not self._full_screen_windows(session, app), 10,
+        harness.wait_until(lambda: not app.full_screen_windows(), 10,
                            "the selector to go")
         settle(session, app.process.pid, timeout=10)
-        self.assertEqual(self._full_screen_windows(session, app), [])
+        self.assertEqual(app.full_screen_windows(), [])
         self.assertTrue(app.process.alive())
 
     def test_command_tab_held_with_auto_repeat_keeps_switching(self):
@@ -114,9 +98,9 @@ class StormTests(harness.SystemTestCase):
         harness.wait_until(lambda: "text/plain" in x.clipboard_targets(), 10, "the clipboard to be owned")
 
         x.press_keycodes(COMMAND_4)
-        harness.wait_until(lambda: self._full_screen_windows(session, app), 20, "the region selector")
+        harness.wait_until(lambda: app.full_screen_windows(), 20, "the region selector")
         self._drag(session, 300, 300, 500, 420)
-        harness.wait_until(lambda: not self._full_screen_windows(session, app), 10, "the selector to go")
+        harness.wait_until(lambda: not app.full_screen_windows(), 10, "the selector to go")
         settle(session, app.process.pid, timeout=10)
         self.assertEqual(os.listdir(desktop), ["filler"])
         self.assertEqual(x.clipboard("text/plain"), b"before")
@@ -127,7 +111,7 @@ class StormTests(harness.SystemTestCase):
         # Room again: the same keys save a whole PNG.
         os.remove(os.path.join(desktop, "filler"))
         x.press_keycodes(COMMAND_4)
-        harness.wait_until(lambda: self._full_screen_windows(session, app), 20, "the region selector")
+        harness.wait_until(lambda: app.full_screen_windows(), 20, "the region selector")
         self._drag(session, 300, 300, 500, 420)
         names = harness.wait_until(lambda: [n for n in os.listdir(desktop) if n.endswith(".png")],
                                    20, "a PNG on the Desktop")

@@ -116,6 +116,28 @@ class VistrelApp:
                                      % (self.process.returncode, self.process.log_text()))
             raise
 
+    def full_screen_windows(self):
+        """The app's viewable windows that cover the whole screen: its region selectors."""
+        width, height = self.session.desktop.screen
+        out = self.x.run(["xdotool", "search", "--onlyvisible", "--pid", str(self.process.pid), ""],
+                         check=False).stdout.decode()
+        found = []
+        for wid in (int(w) for w in out.split()):
+            try:
+                g = self.x.geometry(wid)
+                # xdotool also lists the root and frames of the window manager's, not ours.
+                owned = self.x.window(wid).pid == self.process.pid
+            except RuntimeError:
+                continue   # closed while we looked
+            if owned and (g.x, g.y, g.width, g.height) == (0, 0, width, height):
+                found.append(wid)
+        return found
+
+    def selector(self):
+        """The region selector's window once it is on screen, else None."""
+        found = self.full_screen_windows()
+        return found[0] if found else None
+
     def open_mapping_window(self, timeout=30):
         main = self.main_window()
         self.x.click(main.id, *MAPPING_BUTTON, scale=self.session.scale)
