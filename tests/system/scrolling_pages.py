@@ -229,6 +229,20 @@ def panel_frames(session, wid):
     return int(match.group(1)) if match else None
 
 
+def panel_hint_is_manual(session, wid, scratch_path):
+    """True once the panel's hint line reads the manual text, which the panel shows only
+    after the first frame has been grabbed (its count reads 1 from the start). Told apart
+    by length: the manual hint runs past four fifths of the panel, the web hint stops
+    well short of that."""
+    session.x.screenshot(scratch_path, wid)
+    image = Image.open(scratch_path).convert("L")
+    unit = image.height / HUD_SIZE[1]
+    band = image.crop((0, round((HUD_SIZE[1] - 13 - 18) * unit), image.width, round((HUD_SIZE[1] - 13) * unit)))
+    background = band.getpixel((1, 1))
+    ink = band.point(lambda v: 255 if abs(v - background) > 40 else 0).getbbox()
+    return ink is not None and ink[2] > image.width * 4 // 5
+
+
 def hud_frames(session, app):
     for wid in hud(session, app):
         count = panel_frames(session, wid)

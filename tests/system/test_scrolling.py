@@ -129,7 +129,10 @@ class ScrollingCaptureTests(harness.SystemTestCase):
         left, top, width = 20, 40, 800
         pages.drag(session, vx + left, vy + top, vx + left + width, vy + browser.height)
         panel = harness.wait_until(lambda: pages.hud(session, app), 20, "the progress panel")[0]
-        harness.wait_until(lambda: pages.panel_frames(session, panel) == 1, 20, "the first frame")
+        # Scrolling before the first frame is grabbed would leave the page's top out.
+        hud_shot = session.scratch("hud.png")
+        harness.wait_until(lambda: pages.panel_hint_is_manual(session, panel, hud_shot), 20, "the first frame")
+        self.assertEqual(pages.panel_frames(session, panel), 1)
 
         # Scroll by hand, two notches at a time, until the page stops moving.
         kept = 1
