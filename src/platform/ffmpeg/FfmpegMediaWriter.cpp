@@ -1,5 +1,7 @@
 #include "platform/ffmpeg/FfmpegMediaWriter.h"
 
+#include <cmath>
+
 extern "C" {
 #include <libavutil/audio_fifo.h>
 #include <libavutil/channel_layout.h>
@@ -183,12 +185,16 @@ bool FfmpegMediaWriter::appendVideo(const MediaSample &frame)
         return false;
     if (frame.width != m_settings.sourceSize.width() || frame.height != m_settings.sourceSize.height())
         return fail(QStringLiteral("Khung hình sai kích thước"), AVERROR(EINVAL));
-    // Constant frame rate: each frame takes the tick the clock puts it on; a second frame
-    // on a tick already written is dropped, a missed tick stays a gap.
-    const std::int64_t pts = (frame.presentationMicros - m_sessionStart) * m_settings.framesPerSecond
-                             / 1'000'000;
-    if (pts <= m_lastVideoPts)
-        return true;
+    // Constant frame rate: a frame takes the tick nearest its time. The grabber's jitter
+    // puts two frames near one tick now and then, and none near the next; the second then
+    // moves on to the free tick, at most one tick early, instead of leaving a gap.
+    const double tick = double(frame.presentationMicros - m_sessionStart) * m_settings.framesPerSecond / 1e6;
+    std::int64_t pts = std::llround(tick);
+    if (pts <= m_lastVideoPts) {
+        if (double(m_lastVideoPts + 1) - tick > 1.0)
+            return true;
+        pts = m_lastVideoPts + 1;
+    }
     if (av_frame_make_writable(m_videoFrame.get()) < 0)
         return fail(QStringLiteral("Không thể chuyển đổi khung hình"), AVERROR(ENOMEM));
     const uint8_t *planes[1] = {frame.data};
