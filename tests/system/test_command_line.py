@@ -11,6 +11,7 @@ from PIL import Image
 
 import harness
 from procs import session_processes
+from test_recording import HUD_TITLE, probe
 from test_screenshot import paint_root, pattern_rgb, pattern_rows
 from vistrel_app import MAIN_TITLE_PREFIX, VistrelApp, swap_problems
 
@@ -41,35 +42,15 @@ def run(session, args, env=None, timeout=30):
     return Command(session, args, env).finish(timeout)
 
 
-def app_windows(session):
-    """Our windows by their class, which every window of the app carries."""
-    argv = ["xdotool", "search", "--onlyvisible", "--class", "Vistrel"]
-    return [int(w) for w in session.x.run(argv, check=False).stdout.split()]
-
-
 def app_pids(session):
     """Running copies of the app in this session: the binary started without a command."""
     return {p.pid for p in session_processes(session.desktop.token) if p.args == session.binary("vistrel")}
 
 
-def selector(session):
-    """The full-screen region selector, once it is viewable."""
-    width, height = session.desktop.screen
-    for wid in app_windows(session):
-        try:
-            g = session.x.geometry(wid)
-        except RuntimeError:
-            continue
-        if (g.x, g.y, g.width, g.height) == (0, 0, width, height):
-            return wid
-    return None
-
-
-def drag(session, x0, y0, x1, y1):
-    steps = ["mousemove", str(x0), str(y0), "mousedown", "1"]
-    for i in (1, 2, 3):
-        steps += ["mousemove", str(x0 + (x1 - x0) * i // 3), str(y0 + (y1 - y0) * i // 3)]
-    session.x.run(["xdotool"] + steps + ["mouseup", "1"])
+def running_app(session):
+    """The one copy of the app the command started, once it runs."""
+    pids = harness.wait_until(lambda: app_pids(session), 40, "the app to start")
+    return VistrelApp(session, pid=min(pids))
 
 
 class CommandLineTests(harness.SystemTestCase):
@@ -82,9 +63,10 @@ class CommandLineTests(harness.SystemTestCase):
 
         # Nothing runs yet: the command starts the app, then the capture.
         shot = Command(session, ["screenshot"])
-        harness.wait_until(lambda: selector(session), 40, "the region selector")
+        app = running_app(session)
+        harness.wait_until(app.selector, 40, "the region selector")
         x0, y0, w, h = 300, 400, 120, 60
-        drag(session, x0, y0, x0 + w, y0 + h)
+        session.x.drag_line(x0, y0, x0 + w, y0 + h)
         status, out, err = shot.finish()
         self.assertEqual((status, err), (0, ""), out)
         path = out.rstrip("\n")
@@ -99,11 +81,33 @@ class CommandLineTests(harness.SystemTestCase):
 
         # Escape: nothing saved, nothing printed, status 1; the same app did the work.
         cancelled = Command(session, ["screenshot"])
-        harness.wait_until(lambda: selector(session), 20, "the region selector")
+        harness.wait_until(app.selector, 20, "the region selector")
         session.x.key("Escape")
         self.assertEqual(cancelled.finish(), (1, "", ""))
         self.assertEqual(sorted(os.listdir(session.desktop_dir)), [os.path.basename(path)])
         self.assertEqual(app_pids(session), pids)
+        self.assertEqual(run(session, ["quit"]), (0, "", ""))
+
+    def test_record_twice_prints_the_mp4(self):
+        session = self.start_session()
+        first = Command(session, ["record"])
+        app = running_app(session)
+        harness.wait_until(app.selector, 40, "the recording region selector")
+        session.x.drag_line(200, 200, 520, 440)
+        session.x.wait_for_window(name=HUD_TITLE, pid=app.pid, timeout=20)
+        self.assertEqual(first.popen.poll(), None)       # it waits for the recording to end
+        time.sleep(2)    # the length of the recording itself
+        status, out, err = run(session, ["record"])
+        self.assertEqual((status, err), (0, ""), out)
+        path = out.rstrip("\n")
+        self.assertEqual(os.path.dirname(path), os.path.join(session.documents_dir, "Vistrel", "Recordings"))
+        self.assertRegex(os.path.basename(path), r"^Recording_[\d_-]+\.mp4$")
+        # The first command, which started the recording, reports the same file.
+        self.assertEqual(first.finish(), (0, path + "\n", ""))
+        streams, duration = probe(path)
+        self.assertEqual((streams["video"]["width"], streams["video"]["height"]), (320, 240))
+        self.assertIn("audio", streams)
+        self.assertGreater(duration, 1.5)
         self.assertEqual(run(session, ["quit"]), (0, "", ""))
 
     def test_mapping_and_quit_take_effect_before_the_command_returns(self):
