@@ -189,26 +189,11 @@ def hud(session, app):
     return [wid for wid, g in visible_windows(session, app) if (g.width, g.height) == HUD_SIZE]
 
 
-def selector(session, app):
-    width, height = session.desktop.screen
-    for wid, g in visible_windows(session, app):
-        if (g.x, g.y, g.width, g.height) == (0, 0, width, height):
-            return wid
-    return None
-
-
 def select(session, app, x0, y0, x1, y1, keys=COMMAND_6):
     """Command+6, then a drag from (x0, y0) to (x1, y1) on the live selector."""
     session.x.press_keycodes(keys)
-    harness.wait_until(lambda: selector(session, app), 20, "the region selector")
-    drag(session, x0, y0, x1, y1)
-
-
-def drag(session, x0, y0, x1, y1):
-    steps = ["mousemove", str(x0), str(y0), "mousedown", "1"]
-    for i in (1, 2, 3):
-        steps += ["mousemove", str(x0 + (x1 - x0) * i // 3), str(y0 + (y1 - y0) * i // 3)]
-    session.x.run(["xdotool"] + steps + ["mouseup", "1"])
+    harness.wait_until(lambda: app.selector(), 20, "the region selector")
+    session.x.drag_line(x0, y0, x1, y1)
 
 
 def captures(session):

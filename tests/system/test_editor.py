@@ -97,14 +97,10 @@ class EditorTests(harness.SystemTestCase):
         return harness.wait_until(located, 20, "the capture on the editor's canvas")
 
     def _drag(self, session, origin, scale, start, end):
+        """A drag on the canvas from start to end, given in image points."""
         (ox, oy), (ax, ay), (bx, by) = origin, start, end
-        points = [(ax, ay), ((ax + bx) // 2, (ay + by) // 2), (bx, by)]
-        steps = []
-        for i, (px, py) in enumerate(points):
-            steps += ["mousemove", str(ox + int(px * scale)), str(oy + int(py * scale))]
-            if i == 0:
-                steps += ["mousedown", "1"]
-        session.x.run(["xdotool"] + steps + ["mouseup", "1"])
+        session.x.drag(*[(ox + int(px * scale), oy + int(py * scale))
+                         for px, py in ((ax, ay), ((ax + bx) // 2, (ay + by) // 2), (bx, by))])
 
     def _clipboard_png(self, session):
         harness.wait_until(lambda: "image/png" in session.x.clipboard_targets(), 10,

@@ -70,17 +70,10 @@ class RecordingTests(harness.SystemTestCase):
         return harness.wait_until(lambda: app.selector(), 20,
                                   "the recording region selector")
 
-    def _drag(self, session, x0, y0, x1, y1):
-        steps = ["mousemove", str(x0), str(y0), "mousedown", "1"]
-        for i in (1, 2, 3):
-            steps += ["mousemove", str(x0 + (x1 - x0) * i // 3), str(y0 + (y1 - y0) * i // 3)]
-        steps += ["mouseup", "1"]
-        session.x.run(["xdotool"] + steps)
-
     def _start_recording(self, session, app, region):
         self._open_selector(session, app)
         x, y, w, h = region
-        self._drag(session, x, y, x + w, y + h)
+        session.x.drag_line(x, y, x + w, y + h)
         hud = session.x.wait_for_window(name=HUD_TITLE, pid=app.process.pid, timeout=20)
         return hud, time.monotonic()
 

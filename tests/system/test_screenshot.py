@@ -193,14 +193,6 @@ class ScreenshotTests(harness.SystemTestCase):
         return harness.wait_until(lambda: app.selector(), 20,
                                   "the region selector to cover the screen")
 
-    def _drag(self, session, x0, y0, x1, y1, release=True):
-        steps = ["mousemove", str(x0), str(y0), "mousedown", "1"]
-        for i in (1, 2, 3):
-            steps += ["mousemove", str(x0 + (x1 - x0) * i // 3), str(y0 + (y1 - y0) * i // 3)]
-        if release:
-            steps += ["mouseup", "1"]
-        session.x.run(["xdotool"] + steps)
-
     def _desktop_pngs(self, session):
         folder = session.desktop_dir
         return sorted(f for f in os.listdir(folder) if f.endswith(".png")) \
@@ -222,7 +214,7 @@ class ScreenshotTests(harness.SystemTestCase):
 
                 x0, y0 = int(300 * scale), int(400 * scale)
                 w, h = int(100 * scale), int(50 * scale)
-                self._drag(session, x0, y0, x0 + w, y0 + h)
+                session.x.drag_line(x0, y0, x0 + w, y0 + h)
                 names = harness.wait_until(lambda: self._desktop_pngs(session), 20,
                                            "a PNG on the Desktop")
                 self.assertEqual(len(names), 1)
@@ -248,7 +240,7 @@ class ScreenshotTests(harness.SystemTestCase):
         """Drags region (device pixels) on an open selector; the count-th PNG must be the
         pattern, pixel for pixel: no window of ours may be left in the frozen picture."""
         x0, y0, w, h = region
-        self._drag(session, x0, y0, x0 + w, y0 + h)
+        session.x.drag_line(x0, y0, x0 + w, y0 + h)
         names = harness.wait_until(lambda: len(self._desktop_pngs(session)) == count
                                    and self._desktop_pngs(session), 20, "PNG number %d" % count)
         image = read_png(os.path.join(session.desktop_dir, names[-1]))
@@ -288,7 +280,7 @@ class ScreenshotTests(harness.SystemTestCase):
             app, _ = self._prepare(session)
             self._open_selector(session, app)
             x0, y0, x1, y1 = 451, 601, 602, 677      # device pixels
-            self._drag(session, x0, y0, x1, y1)
+            session.x.drag_line(x0, y0, x1, y1)
             names = harness.wait_until(lambda: self._desktop_pngs(session), 20,
                                        "a PNG on the Desktop")
             image = read_png(os.path.join(session.desktop_dir, names[0]))
@@ -311,7 +303,7 @@ class ScreenshotTests(harness.SystemTestCase):
                     session.x.key("alt+F4")      # closing only hides the window
                     session.x.wait_window_gone(main.id)
                 self._open_selector(session, app)
-                self._drag(session, 200, 200, 500, 400, release=False)
+                session.x.drag_line(200, 200, 500, 400, release=False)
                 session.x.key("Escape")
                 harness.wait_until(lambda: app.selector() is None, 10,
                                    "the selector to go")
@@ -329,7 +321,7 @@ class ScreenshotTests(harness.SystemTestCase):
         session = self.start_session()
         app, _ = self._prepare(session)
         self._open_selector(session, app)
-        self._drag(session, 600, 300, 1100, 620, release=False)
+        session.x.drag_line(600, 300, 1100, 620, release=False)
         shot = session.scratch("selector.png")
 
         def drawn():

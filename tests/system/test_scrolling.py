@@ -124,10 +124,10 @@ class ScrollingCaptureTests(harness.SystemTestCase):
         alert = session.x.wait_for_window(name="Vistrel", pid=app.process.pid, timeout=20)
         session.x.activate(alert.id)
         session.x.key("Tab", "space")
-        harness.wait_until(lambda: pages.selector(session, app), 20, "the region selector")
+        harness.wait_until(lambda: app.selector(), 20, "the region selector")
         # The region runs to the viewport's bottom, over the footer.
         left, top, width = 20, 40, 800
-        pages.drag(session, vx + left, vy + top, vx + left + width, vy + browser.height)
+        session.x.drag_line(vx + left, vy + top, vx + left + width, vy + browser.height)
         panel = harness.wait_until(lambda: pages.hud(session, app), 20, "the progress panel")[0]
         # Scrolling before the first frame is grabbed would leave the page's top out.
         hud_shot = session.scratch("hud.png")

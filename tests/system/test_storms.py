@@ -24,11 +24,6 @@ FULL_DESKTOP = ('mount -t tmpfs -o size=32k tmpfs "$1" && '
 
 class StormTests(harness.SystemTestCase):
 
-    def _drag(self, session, x0, y0, x1, y1):
-        session.x.run(["xdotool", "mousemove", str(x0), str(y0), "mousedown", "1",
-                       "mousemove", str((x0 + x1) // 2), str((y0 + y1) // 2),
-                       "mousemove", str(x1), str(y1), "mouseup", "1"])
-
     def test_fifty_command_4_in_a_second_open_one_selector(self):
         session = self.start_session()
         app = VistrelApp(session)
@@ -99,7 +94,7 @@ class StormTests(harness.SystemTestCase):
 
         x.press_keycodes(COMMAND_4)
         harness.wait_until(lambda: app.full_screen_windows(), 20, "the region selector")
-        self._drag(session, 300, 300, 500, 420)
+        session.x.drag_line(300, 300, 500, 420)
         harness.wait_until(lambda: not app.full_screen_windows(), 10, "the selector to go")
         settle(session, app.process.pid, timeout=10)
         self.assertEqual(os.listdir(desktop), ["filler"])
@@ -112,7 +107,7 @@ class StormTests(harness.SystemTestCase):
         os.remove(os.path.join(desktop, "filler"))
         x.press_keycodes(COMMAND_4)
         harness.wait_until(lambda: app.full_screen_windows(), 20, "the region selector")
-        self._drag(session, 300, 300, 500, 420)
+        session.x.drag_line(300, 300, 500, 420)
         names = harness.wait_until(lambda: [n for n in os.listdir(desktop) if n.endswith(".png")],
                                    20, "a PNG on the Desktop")
         self.assertEqual(len(os.listdir(desktop)), 1, os.listdir(desktop))

@@ -81,10 +81,16 @@ def _near(rgb, target, tolerance=8):
 class VistrelApp:
     """Drives one session's copy of the app as a user would."""
 
-    def __init__(self, session):
+    def __init__(self, session, pid=None):
+        """pid: a copy started by someone else, such as the command line."""
         self.session = session
         self.x = session.x
         self.process = None
+        self._pid = pid
+
+    @property
+    def pid(self):
+        return self.process.pid if self.process else self._pid
 
     @property
     def support_dir(self):
@@ -108,7 +114,7 @@ class VistrelApp:
 
     def main_window(self, timeout=30):
         try:
-            return self.x.wait_for_window(prefix=MAIN_TITLE_PREFIX, pid=self.process.pid,
+            return self.x.wait_for_window(prefix=MAIN_TITLE_PREFIX, pid=self.pid,
                                           timeout=timeout)
         except WaitTimeout:
             if not self.process.alive():
@@ -119,14 +125,14 @@ class VistrelApp:
     def full_screen_windows(self):
         """The app's viewable windows that cover the whole screen: its region selectors."""
         width, height = self.session.desktop.screen
-        out = self.x.run(["xdotool", "search", "--onlyvisible", "--pid", str(self.process.pid), ""],
+        out = self.x.run(["xdotool", "search", "--onlyvisible", "--pid", str(self.pid), ""],
                          check=False).stdout.decode()
         found = []
         for wid in (int(w) for w in out.split()):
             try:
                 g = self.x.geometry(wid)
                 # xdotool also lists the root and frames of the window manager's, not ours.
-                owned = self.x.window(wid).pid == self.process.pid
+                owned = self.x.window(wid).pid == self.pid
             except RuntimeError:
                 continue   # closed while we looked
             if owned and (g.x, g.y, g.width, g.height) == (0, 0, width, height):
@@ -141,7 +147,7 @@ class VistrelApp:
     def open_mapping_window(self, timeout=30):
         main = self.main_window()
         self.x.click(main.id, *MAPPING_BUTTON, scale=self.session.scale)
-        return self.x.wait_for_window(name=MAPPING_TITLE, pid=self.process.pid, timeout=timeout)
+        return self.x.wait_for_window(name=MAPPING_TITLE, pid=self.pid, timeout=timeout)
 
     def pill_state(self, window):
         """"active", "paused", or the sampled colour when it is neither."""

@@ -230,6 +230,18 @@ class Display:
         self.move_pointer(*self.to_root(wid, x, y, scale))
         self.run(["xdotool", "click", str(button)])
 
+    def drag(self, *points, release=True):
+        """Presses button 1 at the first root point, moves through the rest, and releases."""
+        steps = ["mousemove", str(points[0][0]), str(points[0][1]), "mousedown", "1"]
+        for px, py in points[1:]:
+            steps += ["mousemove", str(px), str(py)]
+        self.run(["xdotool"] + steps + (["mouseup", "1"] if release else []))
+
+    def drag_line(self, x0, y0, x1, y1, release=True):
+        """A drag in three even steps, as a hand moves."""
+        self.drag(*[(x0 + (x1 - x0) * i // 3, y0 + (y1 - y0) * i // 3) for i in range(4)],
+                  release=release)
+
     def press_keycodes(self, *chords):
         """Physical key chords by X keycode, e.g. "133+23" holds 133 and taps 23.
 
