@@ -74,7 +74,9 @@ def record_with_ffmpeg(session, seconds, width, height, out):
     argv = ["ffmpeg", "-nostdin", "-v", "error", "-y", "-f", "x11grab", "-framerate", "30",
             "-video_size", "%dx%d" % (width, height), "-i", session.env["DISPLAY"] + "+0,0",
             "-f", "pulse", "-i", NULL_SINK + ".monitor", "-c:v", "libx264", "-preset", preset_for(width, height),
-            "-b:v", "8M", "-g", "60", "-pix_fmt", "yuv420p", "-c:a", "aac", "-b:a", "192k", "-t", str(seconds), out]
+            "-b:v", "8M", "-g", "60", "-pix_fmt", "yuv420p",
+            # Only the frames it really grabbed: the default constant rate would hide drops as copies.
+            "-fps_mode", "passthrough", "-c:a", "aac", "-b:a", "192k", "-t", str(seconds), out]
     process = subprocess.Popen(argv, env=session.env)
     _, status, usage = os.wait4(process.pid, 0)
     process.returncode = os.waitstatus_to_exitcode(status)

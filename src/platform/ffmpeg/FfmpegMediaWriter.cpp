@@ -110,10 +110,22 @@ bool FfmpegMediaWriter::openVideo()
     m_videoStream->time_base = c->time_base;
     m_videoStream->avg_frame_rate = c->framerate;
 
-    m_scaler = sws_getContext(m_settings.sourceSize.width(), m_settings.sourceSize.height(), AV_PIX_FMT_BGRA,
-                              c->width, c->height, AV_PIX_FMT_YUV420P,
-                              m_settings.sourceSize == m_settings.outputSize ? SWS_POINT : SWS_BILINEAR,
-                              nullptr, nullptr, nullptr);
+    // A 4K frame is too much for one core to convert in a frame's time; swscale slices it.
+    m_scaler = sws_alloc_context();
+    if (m_scaler) {
+        av_opt_set_int(m_scaler, "srcw", m_settings.sourceSize.width(), 0);
+        av_opt_set_int(m_scaler, "srch", m_settings.sourceSize.height(), 0);
+        av_opt_set_int(m_scaler, "src_format", AV_PIX_FMT_BGRA, 0);
+        av_opt_set_int(m_scaler, "dstw", c->width, 0);
+        av_opt_set_int(m_scaler, "dsth", c->height, 0);
+        av_opt_set_int(m_scaler, "dst_format", c->pix_fmt, 0);
+        av_opt_set_int(m_scaler, "sws_flags", m_settings.sourceSize == m_settings.outputSize ? SWS_POINT : SWS_BILINEAR, 0);
+        av_opt_set_int(m_scaler, "threads", 0, 0);
+        if (sws_init_context(m_scaler, nullptr, nullptr) < 0) {
+            sws_freeContext(m_scaler);
+            m_scaler = nullptr;
+        }
+    }
     m_videoFrame->format = c->pix_fmt;
     m_videoFrame->width = c->width;
     m_videoFrame->height = c->height;
@@ -197,9 +209,20 @@ bool FfmpegMediaWriter::appendVideo(const MediaSample &frame)
     }
     if (av_frame_make_writable(m_videoFrame.get()) < 0)
         return fail(QStringLiteral("Không thể chuyển đổi khung hình"), AVERROR(ENOMEM));
-    const uint8_t *planes[1] = {frame.data};
-    const int strides[1] = {frame.bytesPerLine};
-    sws_scale(m_scaler, planes, strides, 0, frame.height, m_videoFrame->data, m_videoFrame->linesize);
+    // The grabbed pixels, lent to swscale without a copy.
+    Ffmpeg::Frame source(av_frame_alloc());
+    source->format = AV_PIX_FMT_BGRA;
+    source->width = frame.width;
+    source->height = frame.height;
+    source->data[0] = const_cast<uint8_t *>(frame.data);
+    source->linesize[0] = frame.bytesPerLine;
+    source->buf[0] = av_buffer_create(source->data[0], std::size_t(frame.bytesPerLine) * frame.height,
+                                      [](void *, uint8_t *) {}, nullptr, AV_BUFFER_FLAG_READONLY);
+    if (!source->buf[0])
+        return fail(QStringLiteral("Không thể chuyển đổi khung hình"), AVERROR(ENOMEM));
+    const int converted = sws_scale_frame(m_scaler, m_videoFrame.get(), source.get());
+    if (converted < 0)
+        return fail(QStringLiteral("Không thể chuyển đổi khung hình"), converted);
     m_videoFrame->pts = pts;
     m_lastVideoPts = pts;
     return encode(m_video.get(), m_videoStream, m_videoFrame.get());
