@@ -13,6 +13,7 @@ Too slow for CI: about half a minute per mutant on two cores.
 
 import argparse
 import hashlib
+import json
 import os
 import random
 import re
@@ -172,6 +173,20 @@ def test_share():
     return code, cpp_tests, py_tests
 
 
+def test_executables(build, labels):
+    """The build targets the tests under these labels run, or None when some test runs a
+    program the build does not make (then everything is built)."""
+    out = subprocess.run(["ctest", "--show-only=json-v1", "-L", labels], cwd=build, capture_output=True,
+                         check=True).stdout
+    targets = set()
+    for test in json.loads(out)["tests"]:
+        program = test.get("command", [""])[0]
+        if not program.startswith(build + os.sep):
+            return None
+        targets.add(os.path.relpath(program, build))
+    return sorted(targets)
+
+
 def run(cmd, cwd, timeout=None):
     return subprocess.run(cmd, cwd=cwd, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
                           timeout=timeout).returncode
@@ -212,6 +227,9 @@ def main():
     if run(["ctest", "-j%d" % args.jobs, "-LE", "system"], build) != 0:
         sys.exit("the unmutated tree fails its tests; fix that first")
 
+    # Only what the affected tests run is rebuilt: relinking the app and every other test
+    # for each mutant would double the time.
+    targets = {}
     results, per_subsystem, stillborn = [], {}, 0
     fingerprint = hashlib.sha256()
     for path, number, kind, new, old in order:
@@ -227,12 +245,15 @@ def main():
             f.write("\n".join(lines))
         started = time.monotonic()
         try:
-            if run(["ninja", "-j%d" % args.jobs], build) != 0:
+            labels = labels_for(path)
+            if labels not in targets:
+                targets[labels] = test_executables(build, labels)
+            if run(["ninja", "-j%d" % args.jobs] + (targets[labels] or []), build) != 0:
                 stillborn += 1
                 continue
             fingerprint.update(("%s:%d:%s\n" % (path, number, new)).encode())
             try:
-                failed = run(["ctest", "-j%d" % args.jobs, "-L", labels_for(path), "--timeout", "60"],
+                failed = run(["ctest", "-j%d" % args.jobs, "-L", labels, "--timeout", "60"],
                              build, timeout=600) != 0
             except subprocess.TimeoutExpired:
                 failed = True
@@ -254,6 +275,11 @@ def main():
     print("\nmutant set %s: %d mutants (%d did not compile and were replaced)"
           % (fingerprint.hexdigest()[:12], len(results), stillborn))
     print("kill rate: %d/%d = %.1f%%" % (killed, len(results), 100.0 * killed / max(1, len(results))))
+    survivors = [r for r in results if not r[4]]
+    if survivors:
+        print("\nsurvivors:")
+        for path, number, kind, new, _ in survivors:
+            print("  %s:%d  %s  ->  %s" % (path, number, kind, new))
     return 0
 
 
