@@ -171,9 +171,6 @@ class Session:
                 found[os.path.relpath(path, top)] = data
         return found
 
-    def sqlite(self, db_path, sql):
-        return sqlite_rows(db_path, sql)
-
     # -- diagnostics ---------------------------------------------------------
 
     def save_diagnostics(self, folder):

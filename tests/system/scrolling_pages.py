@@ -154,11 +154,7 @@ def start(session, kind, window=(1000, 800), **page_options):
     """The app ready (hot keys registered), then Chromium in front on a page. Returns
     (app, page path, root position of the page's top-left, Chromium's client geometry)."""
     app = VistrelApp(session)
-    app.launch()
-    _, mapping = app.wait_ready()
-    session.x.activate(mapping.id)
-    session.x.key("alt+F4")
-    session.x.wait_window_gone(mapping.id)
+    app.ready_with_main_only()
     path = write_page(session.scratch(""), kind, **page_options)
     show_in_chromium(session, path, window)
     browser = session.x.wait_for_window(name="page-" + kind, timeout=60)
@@ -199,12 +195,6 @@ def select(session, app, x0, y0, x1, y1, keys=COMMAND_6):
 def captures(session):
     folder = session.desktop_dir
     return sorted(f for f in os.listdir(folder) if NAME.match(f)) if os.path.isdir(folder) else []
-
-
-def history(app):
-    if not os.path.exists(app.history_db):
-        return []
-    return harness.sqlite_rows(app.history_db, "SELECT type, path FROM captures")
 
 
 def panel_frames(session, wid):

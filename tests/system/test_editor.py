@@ -34,10 +34,6 @@ def find_pattern(image, x0, y0, step=1):
     return None
 
 
-def history(app):
-    return harness.sqlite_rows(app.history_db, "SELECT type, path FROM captures")
-
-
 def read(path):
     with open(path, "rb") as f:
         return f.read()
@@ -50,11 +46,7 @@ class EditorTests(harness.SystemTestCase):
         width, height = session.desktop.screen
         paint_root(session.env["DISPLAY"], width, height, pattern_rows(width, height))
         app = VistrelApp(session)
-        app.launch()
-        _, mapping = app.wait_ready()
-        session.x.activate(mapping.id)          # it would stay in the frozen picture
-        session.x.key("alt+F4")
-        session.x.wait_window_gone(mapping.id)
+        app.ready_with_main_only()
 
         session.x.press_keycodes(COMMAND_4)
         harness.wait_until(lambda: self._covers_screen(session, app), 20, "the region selector")
@@ -136,7 +128,7 @@ class EditorTests(harness.SystemTestCase):
                 self.assertEqual(image.getpixel((w - 1, h - 1)), pattern_rgb(x0 + w - 1, y0 + h - 1))
 
                 self.assertEqual(self._clipboard_png(session), read(path))
-                self.assertEqual(history(app), [{"type": "screenshot", "path": path}])
+                self.assertEqual(app.history(), [{"type": "screenshot", "path": path}])
                 self.assertEqual(sorted(os.listdir(session.desktop_dir)), [os.path.basename(path)])
 
     def test_closing_unsaved_leaves_file_row_and_clipboard(self):
@@ -153,7 +145,7 @@ class EditorTests(harness.SystemTestCase):
 
         self.assertEqual(read(path), first)
         self.assertEqual(session.x.clipboard("image/png"), first)
-        self.assertEqual(history(app), [{"type": "screenshot", "path": path}])
+        self.assertEqual(app.history(), [{"type": "screenshot", "path": path}])
         self.assertTrue(app.process.alive())
 
 

@@ -1,9 +1,8 @@
 #!/usr/bin/env python3
-"""The harness itself: the private desktop works, teardown leaves nothing, and the
-key and pixel helpers report what really happened. Needs no app."""
+"""The harness itself: teardown leaves nothing running, even when interrupted, and a
+failed test leaves what is needed to see why. Needs no app."""
 
 import os
-import re
 import select
 import shutil
 import signal
@@ -12,9 +11,8 @@ import sys
 import tempfile
 
 import harness
-from desktop import NULL_SINK, selection_owner
 from procs import session_processes, wait_until
-from xtools import read_png, tool_path
+from xtools import read_png
 
 _HERE = os.path.dirname(os.path.abspath(__file__))
 
@@ -54,27 +52,7 @@ harness.main()
 """
 
 
-def _xev_key_events(text):
-    return [(kind, int(code)) for kind, code in
-            re.findall(r"^(KeyPress|KeyRelease) event.*?keycode (\d+)", text, re.M | re.S)]
-
-
 class HarnessTests(harness.SystemTestCase):
-
-    def test_desktop_services_run_at_each_screen_size(self):
-        for screen, scale in (((1920, 1080), 1.0), ((3840, 2160), 2.0)):
-            with self.subTest(scale=scale), \
-                    self.session_scope("scale-%g" % scale, screen=screen, scale=scale) as session:
-                x = session.x
-                root = x.text(["xwininfo", "-root"])
-                size = tuple(int(re.search(r"%s:\s+(\d+)" % key, root).group(1))
-                             for key in ("Width", "Height"))
-                self.assertEqual(size, screen)
-                self.assertNotEqual(session.env["DISPLAY"], os.environ.get("DISPLAY"))
-                self.assertTrue(selection_owner(session.env["DISPLAY"], "WM_S0"))
-                self.assertTrue(selection_owner(session.env["DISPLAY"], "_NET_SYSTEM_TRAY_S0"))
-                sink = x.text(["pactl", "get-default-sink"]).strip()
-                self.assertEqual(sink, NULL_SINK)
 
     def test_close_ends_stubborn_and_escaped_processes(self):
         session = harness.Session(self.options.build_dir, audio=False).start()
@@ -134,49 +112,6 @@ class HarnessTests(harness.SystemTestCase):
         self.assertEqual((image.width, image.height), self.SCREEN)
         for name in ("keymap.txt", "windows.txt", "home-files.txt", "logs/sleeper.log"):
             self.assertTrue(os.path.exists(os.path.join(folder, name)), name)
-
-    def test_physical_keycodes_and_screen_pixels(self):
-        session = self.start_session(tray=False, audio=False)
-        x = session.x
-        # Rewrite the keymap as the app would: keycode 133 now carries Control_L.
-        x.run(["xmodmap", "-e", "keycode 133 = Control_L"])
-        probe = session.spawn("xev", [tool_path("xev"), "-event", "keyboard"])
-        window = x.wait_for_window(name="Event Tester")
-        x.activate(window.id)
-        x.press_keycodes("133+50+23")
-        expected = [("KeyPress", 133), ("KeyPress", 50), ("KeyPress", 23),
-                    ("KeyRelease", 23), ("KeyRelease", 50), ("KeyRelease", 133)]
-        wait_until(lambda: _xev_key_events(probe.log_text()) == expected, 10,
-                   "the chord in xev's log")
-        self.assertIn("keycode 133 (keysym 0xffe3, Control_L)", probe.log_text())
-
-        x.run(["xsetroot", "-solid", "#123456"])
-        shot = x.screenshot(session.scratch("root.png"))
-        self.assertEqual((shot.width, shot.height), self.SCREEN)
-        self.assertEqual(shot.getpixel((3, self.SCREEN[1] - 3)), (0x12, 0x34, 0x56))
-
-    def test_clipboard_and_sqlite_read_back(self):
-        session = self.start_session(tray=False, audio=False)
-        text = "Đã lưu và sao chép: Screenshot_1.png"
-        source = session.scratch("clip.txt")
-        with open(source, "w", encoding="utf-8") as f:
-            f.write(text)
-        # xclip keeps serving the selection from a child it forks; teardown ends it.
-        session.spawn("xclip", [tool_path("xclip"), "-selection", "clipboard",
-                                "-t", "text/plain;charset=utf-8", "-i", source])
-        targets = wait_until(session.x.clipboard_targets, 10, "the clipboard to be owned")
-        self.assertIn("text/plain;charset=utf-8", targets)
-        self.assertEqual(session.x.clipboard("text/plain;charset=utf-8").decode(), text)
-
-        db = session.scratch("history.db")
-        subprocess.run([tool_path("sqlite3"), db,
-                        "CREATE TABLE captures(id INTEGER PRIMARY KEY, type TEXT, path TEXT);"
-                        "INSERT INTO captures(type, path) VALUES('screenshot', '/a b/ả.png'),"
-                        "('video', '/x.mp4');"], check=True, timeout=20)
-        rows = session.sqlite(db, "SELECT id, type, path FROM captures ORDER BY id")
-        self.assertEqual(rows, [{"id": 1, "type": "screenshot", "path": "/a b/ả.png"},
-                                {"id": 2, "type": "video", "path": "/x.mp4"}])
-        self.assertEqual(session.sqlite(db, "SELECT * FROM captures WHERE id > 5"), [])
 
 
 if __name__ == "__main__":

@@ -7,7 +7,7 @@ shows the placeholder tile."""
 import os
 
 import harness
-from test_editor import EDITOR_TITLE, EditorTests, find_pattern, history, read
+from test_editor import EDITOR_TITLE, EditorTests, find_pattern, read
 from test_screenshot import COMMAND_4, paint_root, pattern_rows
 from vistrel_app import VistrelApp
 from xtools import read_png
@@ -59,7 +59,7 @@ class HistoryTests(harness.SystemTestCase):
             session.x.key("alt+F4")                  # closed unsaved
             session.x.wait_window_gone(editor.id, timeout=20)
 
-        rows = history(app)
+        rows = app.history()
         self.assertEqual(len(rows), 2)
         older = rows[0]["path"]
         first = read(older)
@@ -98,7 +98,7 @@ class HistoryTests(harness.SystemTestCase):
         session.x.key("Return")
         session.x.wait_window_gone(editor.id, timeout=20)
         harness.wait_until(lambda: read(older) != first, 20, "the older capture overwritten")
-        self.assertEqual(history(app), rows)
+        self.assertEqual(app.history(), rows)
 
         def placeholder_shown():
             shot = session.x.screenshot(session.scratch("list.png"), main.id)

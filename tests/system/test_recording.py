@@ -39,12 +39,7 @@ class RecordingTests(harness.SystemTestCase):
 
     def _prepare(self, session):
         app = VistrelApp(session)
-        app.launch()
-        main, mapping = app.wait_ready()
-        session.x.activate(mapping.id)
-        session.x.key("alt+F4")
-        session.x.wait_window_gone(mapping.id)
-        return app, main
+        return app, app.ready_with_main_only()
 
     def _folder(self, session):
         return os.path.join(session.documents_dir, "Vistrel", "Recordings")
@@ -56,14 +51,6 @@ class RecordingTests(harness.SystemTestCase):
     def _markers(self, session):
         folder = self._folder(session)
         return [f for f in os.listdir(folder) if f.endswith(".recording")] if os.path.isdir(folder) else []
-
-    def _history(self, app):
-        if not os.path.exists(app.history_db):
-            return []
-        return harness.sqlite_rows(app.history_db, "SELECT type, path FROM captures")
-
-    def _main_shown(self, session, app, main):
-        return bool(session.x.windows(name=main.name, pid=app.process.pid))
 
     def _open_selector(self, session, app):
         session.x.press_keycodes(COMMAND_5)
@@ -79,7 +66,7 @@ class RecordingTests(harness.SystemTestCase):
 
     def _wait_saved(self, session, app, main):
         harness.wait_until(lambda: self._files(session) and not self._markers(session)
-                           and self._main_shown(session, app, main), 60,
+                           and app.main_shown(main), 60,
                            "the recording to be saved and the main window back")
         return os.path.join(self._folder(session), self._files(session)[0])
 
@@ -93,7 +80,7 @@ class RecordingTests(harness.SystemTestCase):
         app, main = self._prepare(session)
         self._play_tone(session, 30)
         hud, started = self._start_recording(session, app, (300, 200, 640, 360))
-        self.assertFalse(self._main_shown(session, app, main))
+        self.assertFalse(app.main_shown(main))
         time.sleep(3)    # the length of the recording itself
         session.x.press_keycodes(COMMAND_5)
         stopped = time.monotonic()
@@ -113,7 +100,7 @@ class RecordingTests(harness.SystemTestCase):
         # An ordinary MP4 with its index in front, not the fragments written while recording.
         self.assertLess(head.find(b"moov"), head.find(b"mdat") if b"mdat" in head else len(head))
         self.assertNotIn(b"moof", head)
-        self.assertEqual(self._history(app), [{"type": "video", "path": path}])
+        self.assertEqual(app.history(), [{"type": "video", "path": path}])
 
     def test_odd_region_stopped_by_the_hud_button(self):
         session = self.start_session()
@@ -127,16 +114,16 @@ class RecordingTests(harness.SystemTestCase):
         path = self._wait_saved(session, app, main)
         streams, _ = probe(path)
         self.assertEqual((streams["video"]["width"], streams["video"]["height"]), (100, 50))
-        self.assertEqual(len(self._history(app)), 1)
+        self.assertEqual(len(app.history()), 1)
 
     def test_escape_records_nothing(self):
         session = self.start_session()
         app, main = self._prepare(session)
         self._open_selector(session, app)
         session.x.key("Escape")
-        harness.wait_until(lambda: self._main_shown(session, app, main), 20, "the main window back")
+        harness.wait_until(lambda: app.main_shown(main), 20, "the main window back")
         self.assertEqual(self._files(session), [])
-        self.assertEqual(self._history(app), [])
+        self.assertEqual(app.history(), [])
 
     def test_killed_recording_plays_and_is_listed_after_relaunch(self):
         session = self.start_session()
@@ -155,7 +142,7 @@ class RecordingTests(harness.SystemTestCase):
         app = VistrelApp(session)
         app.launch()
         app.main_window()
-        harness.wait_until(lambda: self._history(app) == [{"type": "video", "path": path}]
+        harness.wait_until(lambda: app.history() == [{"type": "video", "path": path}]
                            and not self._markers(session), 30, "the interrupted recording in the history")
         streams, duration = probe(path)
         self.assertGreater(duration, killed_after - 2.0)

@@ -173,19 +173,7 @@ class ScreenshotTests(harness.SystemTestCase):
         width, height = session.desktop.screen
         paint_root(session.env["DISPLAY"], width, height, pattern_rows(width, height))
         app = VistrelApp(session)
-        app.launch()
-        main, mapping = app.wait_ready()
-        # Only the main window hides for a capture; the key-mapping window would stay in
-        # the frozen picture, over the pattern.
-        session.x.activate(mapping.id)
-        session.x.key("alt+F4")
-        session.x.wait_window_gone(mapping.id)
-        return app, main
-
-    def _main_shown(self, session, app, main):
-        # By title, not id: a closed window's X window is gone, and showing it again makes
-        # a new one.
-        return bool(session.x.windows(name=main.name, pid=app.process.pid))
+        return app, app.ready_with_main_only()
 
     def _open_selector(self, session, app):
         """Presses Command+4 and returns the selector window once it is on screen."""
@@ -198,11 +186,6 @@ class ScreenshotTests(harness.SystemTestCase):
         return sorted(f for f in os.listdir(folder) if f.endswith(".png")) \
             if os.path.isdir(folder) else []
 
-    def _history(self, app):
-        if not os.path.exists(app.history_db):
-            return []
-        return harness.sqlite_rows(app.history_db, "SELECT type, path FROM captures")
-
     def test_drag_saves_the_pattern_region(self):
         # (label, screen, scale): a 100 x 50 point region has scale times as many pixels.
         for label, screen, scale in (("scale-1", (1920, 1080), 1.0),
@@ -210,7 +193,7 @@ class ScreenshotTests(harness.SystemTestCase):
             with self.subTest(label), self.session_scope(label, screen, scale) as session:
                 app, main = self._prepare(session)
                 self._open_selector(session, app)
-                self.assertFalse(self._main_shown(session, app, main))
+                self.assertFalse(app.main_shown(main))
 
                 x0, y0 = int(300 * scale), int(400 * scale)
                 w, h = int(100 * scale), int(50 * scale)
@@ -232,9 +215,9 @@ class ScreenshotTests(harness.SystemTestCase):
                 with open(path, "rb") as f:
                     self.assertEqual(session.x.clipboard("image/png"), f.read())
                 self.assertIn(session.x.clipboard("image/tiff")[:4], (b"II*\x00", b"MM\x00*"))
-                self.assertEqual(self._history(app), [{"type": "screenshot", "path": path}])
+                self.assertEqual(app.history(), [{"type": "screenshot", "path": path}])
                 # After a capture the editor takes the front; the main window stays hidden.
-                self.assertFalse(self._main_shown(session, app, main))
+                self.assertFalse(app.main_shown(main))
 
     def _shot_matches_pattern(self, session, app, region, count):
         """Drags region (device pixels) on an open selector; the count-th PNG must be the
@@ -309,13 +292,13 @@ class ScreenshotTests(harness.SystemTestCase):
                                    "the selector to go")
                 session.x.run(["xdotool", "mouseup", "1"])
                 if visible:
-                    harness.wait_until(lambda: self._main_shown(session, app, main), 10,
+                    harness.wait_until(lambda: app.main_shown(main), 10,
                                        "the main window to come back")
                 else:
                     settle(session, app.process.pid)
-                    self.assertFalse(self._main_shown(session, app, main))
+                    self.assertFalse(app.main_shown(main))
                 self.assertEqual(self._desktop_pngs(session), [])
-                self.assertEqual(self._history(app), [])
+                self.assertEqual(app.history(), [])
 
     def test_selector_draws_the_frozen_screen_dimmed_with_the_selection_clear(self):
         session = self.start_session()

@@ -45,7 +45,7 @@ class ScrollingCaptureTests(harness.SystemTestCase):
         self.assertGreaterEqual(good / expected_height, 0.995,
                                 "%d of %d rows correct (%.1f s)" % (good, expected_height, seconds))
 
-        rows = pages.history(app)
+        rows = app.history()
         self.assertEqual([(r["type"], os.path.basename(r["path"])) for r in rows],
                          [("screenshot", names[0])])
         session.x.wait_for_window(name=EDITOR_TITLE, pid=app.process.pid, timeout=30)
@@ -107,7 +107,7 @@ class ScrollingCaptureTests(harness.SystemTestCase):
         finally:
             session.x.run(["xdotool", "keyup", "Escape"])
         self.assertEqual(pages.captures(session), [])
-        self.assertEqual(pages.history(app), [])
+        self.assertEqual(app.history(), [])
         self.assertEqual(session.x.windows(name=EDITOR_TITLE, pid=app.process.pid), [])
 
 

@@ -7,6 +7,7 @@ import os
 import signal
 
 from procs import WaitTimeout, wait_until
+from xtools import sqlite_rows
 
 MAIN_TITLE_PREFIX = "Vistrel "
 MAPPING_TITLE = "Vistrel · Ánh xạ phím"
@@ -173,6 +174,26 @@ class VistrelApp:
         mapping = self.open_mapping_window()
         self.wait_pill(mapping, "active")
         return main, mapping
+
+    def ready_with_main_only(self):
+        """Launched and ready, with the key-mapping window closed again: only the main
+        window steps aside for a capture, so the other would stay in the picture."""
+        self.launch()
+        main, mapping = self.wait_ready()
+        self.x.activate(mapping.id)
+        self.x.key("alt+F4")
+        self.x.wait_window_gone(mapping.id)
+        return main
+
+    def main_shown(self, main):
+        # By title, not id: showing a closed window again makes a new X window.
+        return bool(self.x.windows(name=main.name, pid=self.pid))
+
+    def history(self):
+        """The history's rows as {type, path}, oldest first; none before the first save."""
+        if not os.path.exists(self.history_db):
+            return []
+        return sqlite_rows(self.history_db, "SELECT type, path FROM captures")
 
     def wait_swapped(self, timeout=20):
         return self.x.wait_keymap(lambda k: not swap_problems(k), timeout,

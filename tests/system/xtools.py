@@ -4,10 +4,11 @@ All programs run by absolute path, with the session's environment, so
 nothing here can reach the user's own display.
 """
 
-import json
+import contextlib
 import os
 import re
 import shutil
+import sqlite3
 import subprocess
 from dataclasses import dataclass, field
 
@@ -55,9 +56,6 @@ class Keymap:
     def first_keysym(self, keycode):
         syms = self.keysyms.get(keycode, ())
         return syms[0] if syms else "NoSymbol"
-
-    def modifiers_of(self, keycode):
-        return {name for name, codes in self.modifiers.items() if keycode in codes}
 
     def differences(self, other):
         """Human-readable list of what differs from `other` (empty when equal)."""
@@ -307,10 +305,7 @@ def read_png(path):
 
 
 def sqlite_rows(db_path, sql):
-    """Rows of a read-only sqlite3 query as dicts (sqlite3 -json)."""
-    result = subprocess.run([tool_path("sqlite3"), "-readonly", "-json", db_path, sql],
-                            capture_output=True, timeout=20)
-    if result.returncode != 0:
-        raise RuntimeError("sqlite3 failed: %s" % result.stderr.decode(errors="replace"))
-    out = result.stdout.decode().strip()
-    return json.loads(out) if out else []
+    """Rows of a read-only query as dicts."""
+    with contextlib.closing(sqlite3.connect("file:%s?mode=ro" % db_path, uri=True, timeout=20)) as db:
+        db.row_factory = sqlite3.Row
+        return [dict(row) for row in db.execute(sql)]
