@@ -71,24 +71,36 @@ protected:
 
     Display *display() const { return m_display.get(); }
 
-    RunResult run(const QStringList &arguments, const std::optional<QString> &displayName) const
+    // The tool with DISPLAY set to displayName, or unset.
+    std::unique_ptr<QProcess> start(const QStringList &arguments, const std::optional<QString> &displayName) const
     {
+        auto process = std::make_unique<QProcess>();
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.remove(QStringLiteral("DISPLAY"));
         if (displayName)
             environment.insert(QStringLiteral("DISPLAY"), *displayName);
-        QProcess process;
-        process.setProcessEnvironment(environment);
-        process.start(kTool, arguments);
-        process.waitForFinished(15000);
-        return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
-                process.readAllStandardOutput(), process.readAllStandardError()};
+        process->setProcessEnvironment(environment);
+        process->start(kTool, arguments);
+        return process;
     }
 
-    RunResult set(const QByteArray &json) const
+    RunResult run(const QStringList &arguments, const std::optional<QString> &displayName) const
     {
-        return run({QStringLiteral("property"), QStringLiteral("--set"), QString::fromUtf8(json)},
-                   m_server.display());
+        const auto process = start(arguments, displayName);
+        process->waitForFinished(15000);
+        return {process->exitStatus() == QProcess::NormalExit ? process->exitCode() : -1,
+                process->readAllStandardOutput(), process->readAllStandardError()};
+    }
+
+    static QStringList setArguments(const QByteArray &json) { return {"property", "--set", QString::fromUtf8(json)}; }
+    RunResult set(const QByteArray &json) const { return run(setArguments(json), m_server.display()); }
+
+    void loadLayout(const QString &layout) const
+    {
+        QProcess setxkbmap;
+        setxkbmap.start(QStringLiteral("/usr/bin/setxkbmap"), {QStringLiteral("-display"), m_server.display(), layout});
+        ASSERT_TRUE(setxkbmap.waitForFinished(10000));
+        ASSERT_EQ(setxkbmap.exitCode(), 0) << setxkbmap.readAllStandardError().toStdString();
     }
 
     // Every stored part of every key as the keyboard extension holds it, one line per key,
@@ -206,12 +218,8 @@ protected:
     // `vistrel-keymap watch` with its standard input held by the test, as the app holds it.
     std::unique_ptr<QProcess> startWatcher() const
     {
-        auto watcher = std::make_unique<QProcess>();
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("DISPLAY"), m_server.display());
-        watcher->setProcessEnvironment(environment);
         const Window before = watchOwner();
-        watcher->start(kTool, {QStringLiteral("watch")});
+        auto watcher = start({QStringLiteral("watch")}, m_server.display());
         EXPECT_TRUE(watcher->waitForStarted(5000));
         EXPECT_TRUE(waitFor([&] { return watchOwner() != None && watchOwner() != before; }, 5000))
             << "the watcher never took the watch selection";
@@ -236,7 +244,13 @@ protected:
         return true;
     }
 
-    KeySym firstKeysym(int keycode) const { return coreRow(keycode).front(); }
+    std::vector<KeySym> firstKeysyms(std::initializer_list<int> keycodes) const
+    {
+        std::vector<KeySym> keysyms;
+        for (int keycode : keycodes)
+            keysyms.push_back(coreRow(keycode).front());
+        return keysyms;
+    }
 
     bool hasSavedOriginal() const
     {
@@ -393,23 +407,19 @@ TEST_F(KeymapToolX11Test, HeldModifierWaitsForItsRelease)
     EXPECT_FALSE(hasSavedOriginal());
 
     // Let go while the tool is waiting: it must go ahead, so the grab is not held meanwhile.
-    QProcess tool;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("DISPLAY"), m_server.display());
-    tool.setProcessEnvironment(environment);
-    tool.start(kTool, {QStringLiteral("property"), QStringLiteral("--set"), QString::fromUtf8(kWindowsMode)});
-    EXPECT_FALSE(tool.waitForFinished(300)) << "the tool did not wait for the key";
+    const auto tool = start(setArguments(kWindowsMode), m_server.display());
+    EXPECT_FALSE(tool->waitForFinished(300)) << "the tool did not wait for the key";
     XTestFakeKeyEvent(display(), kControlL, False, CurrentTime);
     XSync(display(), False);
-    ASSERT_TRUE(tool.waitForFinished(5000));
-    EXPECT_EQ(tool.exitCode(), 0) << tool.readAllStandardError().toStdString();
+    ASSERT_TRUE(tool->waitForFinished(5000));
+    EXPECT_EQ(tool->exitCode(), 0) << tool->readAllStandardError().toStdString();
     expectActsAs(kControlL, kSuperL, before);
 }
 
 TEST_F(KeymapToolX11Test, NoDisplayFailsCleanlyAndHelpNeedsNone)
 {
     for (const std::optional<QString> &display : {std::optional<QString>(), std::optional<QString>(":4093")}) {
-        const RunResult result = run({"property", "--set", QString::fromUtf8(kWindowsMode)}, display);
+        const RunResult result = run(setArguments(kWindowsMode), display);
         EXPECT_EQ(result.exitCode, 3) << display.value_or("unset").toStdString();
         expectOneErrorLine(result, "no display");
     }
@@ -474,15 +484,11 @@ TEST_F(KeymapToolX11Test, AnotherLayoutGetsTheMappingBackAndBecomesTheOriginal)
 {
     ASSERT_EQ(set(kWindowsModeAndCapsToEscape).exitCode, 0);
     const auto watcher = startWatcher();
-    QProcess layout;
-    layout.start(QStringLiteral("/usr/bin/setxkbmap"), {QStringLiteral("-display"), m_server.display(), QStringLiteral("de")});
-    ASSERT_TRUE(layout.waitForFinished(10000));
-    ASSERT_EQ(layout.exitCode(), 0) << layout.readAllStandardError().toStdString();
-
+    ASSERT_NO_FATAL_FAILURE(loadLayout("de"));
     // The German layout has z where US has y; the swap and Caps Lock -> Escape come back on it.
     EXPECT_TRUE(waitFor([&] {
-        return firstKeysym(kKeyY) == XK_z && firstKeysym(kControlL) == XK_Super_L
-            && firstKeysym(kSuperL) == XK_Control_L && firstKeysym(kCapsLock) == XK_Escape;
+        return firstKeysyms({kKeyY, kControlL, kSuperL, kCapsLock})
+            == std::vector<KeySym>{XK_z, XK_Super_L, XK_Control_L, XK_Escape};
     }, 2000)) << "the mapping is not back on the new layout";
     EXPECT_EQ(modifiersOf(kSuperL), unsigned(ControlMask));
     const std::vector<std::string> reapplied = snapshot();
@@ -490,9 +496,7 @@ TEST_F(KeymapToolX11Test, AnotherLayoutGetsTheMappingBackAndBecomesTheOriginal)
     // Restoring now brings the German layout, not the one from before it.
     watcher->closeWriteChannel();
     EXPECT_TRUE(waitFor([&] { return !hasSavedOriginal(); }, 2000));
-    EXPECT_EQ(firstKeysym(kKeyY), XK_z);
-    EXPECT_EQ(firstKeysym(kControlL), XK_Control_L);
-    EXPECT_EQ(firstKeysym(kCapsLock), XK_Caps_Lock);
+    EXPECT_EQ(firstKeysyms({kKeyY, kControlL, kCapsLock}), (std::vector<KeySym>{XK_z, XK_Control_L, XK_Caps_Lock}));
     EXPECT_EQ(modifiersOf(kControlL), unsigned(ControlMask));
     EXPECT_FALSE(hasSavedOriginal());
     EXPECT_NE(snapshot(), reapplied);
@@ -501,14 +505,11 @@ TEST_F(KeymapToolX11Test, AnotherLayoutGetsTheMappingBackAndBecomesTheOriginal)
 TEST_F(KeymapToolX11Test, SetAfterAnotherLayoutPlansOnTheNewLayoutWithoutAWatcher)
 {
     ASSERT_EQ(set(kWindowsMode).exitCode, 0);
-    QProcess layout;
-    layout.start(QStringLiteral("/usr/bin/setxkbmap"), {QStringLiteral("-display"), m_server.display(), QStringLiteral("de")});
-    ASSERT_TRUE(layout.waitForFinished(10000));
+    ASSERT_NO_FATAL_FAILURE(loadLayout("de"));
     const std::vector<std::string> german = snapshot();
 
     ASSERT_EQ(set(kWindowsModeAndCapsToEscape).exitCode, 0);
-    EXPECT_EQ(firstKeysym(kControlL), XK_Super_L);
-    EXPECT_EQ(firstKeysym(kKeyY), XK_z);
+    EXPECT_EQ(firstKeysyms({kControlL, kKeyY}), (std::vector<KeySym>{XK_Super_L, XK_z}));
     ASSERT_EQ(set(kRestore).exitCode, 0);
     EXPECT_EQ(snapshot(), german);
 }
