@@ -311,27 +311,7 @@ TEST_F(KeymapToolX11Test, EachSetReplacesThePreviousMapping)
     EXPECT_TRUE(hasSavedOriginal());
 }
 
-TEST_F(KeymapToolX11Test, EmptyMappingRestoresTheOriginalExactly)
-{
-    const std::vector<std::string> original = snapshot();
-    ASSERT_EQ(set(kWindowsModeAndCapsToEscape).exitCode, 0);
-    ASSERT_NE(snapshot(), original);
-    ASSERT_EQ(set(property({entry(0x04, 0x05), entry(0xE7, 0xE6), entry(0x29, 0x45)})).exitCode, 0);
-
-    const RunResult result = set(kRestore);
-    EXPECT_EQ(result.exitCode, 0) << result.err.toStdString();
-    EXPECT_EQ(snapshot(), original);
-    EXPECT_FALSE(hasSavedOriginal());
-    EXPECT_EQ(stateWhileHeld(kControlL), unsigned(ControlMask));
-
-    // A second restore, with nothing saved any more, is a successful no-op.
-    const RunResult again = set(kRestore);
-    EXPECT_EQ(again.exitCode, 0);
-    EXPECT_TRUE(again.err.isEmpty());
-    EXPECT_EQ(snapshot(), original);
-}
-
-TEST_F(KeymapToolX11Test, CatalogueKeysMoveRoundARingAndComeBackExactly)
+TEST_F(KeymapToolX11Test, CatalogueKeysMoveRoundARingAndAnEmptyMappingRestoresExactly)
 {
     // Usage -> the keysym Xvfb's default US keymap puts on that physical key: every kind of
     // catalogue key, so every width, type and modifier changes hands.
@@ -360,12 +340,22 @@ TEST_F(KeymapToolX11Test, CatalogueKeysMoveRoundARingAndComeBackExactly)
     ASSERT_EQ(result.exitCode, 0) << result.err.toStdString();
     for (std::size_t i = 0; i < n; ++i)
         expectActsAs(keycodes[i], keycodes[(i + 1) % n], before);
+    // A second mapping must not replace the saved original.
+    ASSERT_EQ(set(property({entry(0x04, 0x05), entry(0xE7, 0xE6), entry(0x29, 0x45)})).exitCode, 0);
 
-    ASSERT_EQ(set(kRestore).exitCode, 0);
+    const RunResult restored = set(kRestore);
+    EXPECT_EQ(restored.exitCode, 0) << restored.err.toStdString();
+    EXPECT_EQ(snapshot(), original);
+    EXPECT_FALSE(hasSavedOriginal());
+    EXPECT_EQ(stateWhileHeld(kControlL), unsigned(ControlMask));
+    // A second restore, with nothing saved any more, is a successful no-op.
+    const RunResult again = set(kRestore);
+    EXPECT_EQ(again.exitCode, 0);
+    EXPECT_TRUE(again.err.isEmpty());
     EXPECT_EQ(snapshot(), original);
 }
 
-TEST_F(KeymapToolX11Test, BadInputChangesNothing)
+TEST_F(KeymapToolX11Test, BadInputAndNoDisplayChangeNothing)
 {
     const std::vector<std::string> original = snapshot();
     ASSERT_EQ(set(kWindowsMode).exitCode, 0);
@@ -374,21 +364,27 @@ TEST_F(KeymapToolX11Test, BadInputChangesNothing)
     const struct {
         const char *name;
         QStringList arguments;
+        std::optional<QString> display;
         int exitCode;
     } cases[] = {
-        {"not JSON", {"property", "--set", "{\"UserKeyMapping\":["}, 2},
+        {"not JSON", setArguments("{\"UserKeyMapping\":["), m_server.display(), 2},
         // The first entry is fine: nothing is touched before the whole property is checked.
-        {"unknown usage",
-         {"property", "--set", QString::fromUtf8(property({entry(0x39, 0x29), entry(0x39, 0xE8)}))}, 2},
-        {"missing JSON", {"property", "--set"}, 1},
+        {"unknown usage", setArguments(property({entry(0x39, 0x29), entry(0x39, 0xE8)})), m_server.display(), 2},
+        {"missing JSON", {"property", "--set"}, m_server.display(), 1},
+        {"DISPLAY unset", setArguments(kWindowsMode), std::nullopt, 3},
+        {"no such display", setArguments(kWindowsMode), ":4093", 3},
     };
     for (const auto &c : cases) {
-        const RunResult result = run(c.arguments, m_server.display());
+        const RunResult result = run(c.arguments, c.display);
         EXPECT_EQ(result.exitCode, c.exitCode) << c.name;
         expectOneErrorLine(result, c.name);
         EXPECT_EQ(snapshot(), inForce) << c.name;
         EXPECT_TRUE(hasSavedOriginal()) << c.name;
     }
+    const RunResult help = run({"--help"}, std::nullopt);
+    EXPECT_EQ(help.exitCode, 0);
+    EXPECT_TRUE(help.out.contains("property --set JSON"));
+    EXPECT_TRUE(help.err.isEmpty());
     // The saved original survived untouched: restoring still gets back to the start.
     ASSERT_EQ(set(kRestore).exitCode, 0);
     EXPECT_EQ(snapshot(), original);
@@ -414,19 +410,6 @@ TEST_F(KeymapToolX11Test, HeldModifierWaitsForItsRelease)
     ASSERT_TRUE(tool->waitForFinished(5000));
     EXPECT_EQ(tool->exitCode(), 0) << tool->readAllStandardError().toStdString();
     expectActsAs(kControlL, kSuperL, before);
-}
-
-TEST_F(KeymapToolX11Test, NoDisplayFailsCleanlyAndHelpNeedsNone)
-{
-    for (const std::optional<QString> &display : {std::optional<QString>(), std::optional<QString>(":4093")}) {
-        const RunResult result = run(setArguments(kWindowsMode), display);
-        EXPECT_EQ(result.exitCode, 3) << display.value_or("unset").toStdString();
-        expectOneErrorLine(result, "no display");
-    }
-    const RunResult help = run({"--help"}, std::nullopt);
-    EXPECT_EQ(help.exitCode, 0);
-    EXPECT_TRUE(help.out.contains("property --set JSON"));
-    EXPECT_TRUE(help.err.isEmpty());
 }
 
 TEST_F(KeymapToolX11Test, WatcherRestoresOnlyWhenItsInputEndsUnannounced)
