@@ -231,6 +231,8 @@ protected:
         return XGetSelectionOwner(display(), XInternAtom(display(), "_VISTREL_KEYMAP_WATCH", False));
     }
 
+    // Polls without running the event loop, so a QProcess that ends meanwhile still
+    // reports it through waitForFinished.
     template <typename Predicate>
     static bool waitFor(Predicate done, int milliseconds)
     {
