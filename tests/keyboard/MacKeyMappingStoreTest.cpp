@@ -43,14 +43,6 @@ TEST(MacKeyCatalogue, SeventyOneDistinctKeysInOrder)
     EXPECT_EQ(usages.size(), keys.size());
 }
 
-TEST(MacKeyMappingFile, FilePathCreatesTheFolder)
-{
-    QTemporaryDir root;
-    const QString support = root.filePath("a/b/Vistrel");
-    EXPECT_EQ(MacKeyMappingStore::filePath(support), support + "/key-mappings.json");
-    EXPECT_TRUE(QDir(support).exists());
-}
-
 // A file that does not load reads as no mappings, and the first save keeps it aside.
 TEST(MacKeyMappingFile, LoadsAllOrNothingAndKeepsADamagedFileOnce)
 {
@@ -86,7 +78,7 @@ TEST(MacKeyMappingFile, LoadsAllOrNothingAndKeepsADamagedFileOnce)
     }
 }
 
-TEST(MacKeyMappingFile, SavesCompactlyAndRoundTripsButNotIntoAMissingFolder)
+TEST(MacKeyMappingFile, SavesCompactlyAndRoundTripsIntoTheFolderFilePathMakes)
 {
     struct Case { QList<MacCustomKeyMapping> mappings; QByteArray bytes; };
     const Case cases[] = {
@@ -109,6 +101,10 @@ TEST(MacKeyMappingFile, SavesCompactlyAndRoundTripsButNotIntoAMissingFolder)
     QTemporaryDir dir;
     EXPECT_FALSE(MacKeyMappingStore::save(dir.filePath("absent/key-mappings.json"), {{"A", "B"}}));
     EXPECT_FALSE(QFile::exists(dir.filePath("absent")));
+    // filePath makes the folder on the way.
+    const QString support = dir.filePath("a/b/Vistrel");
+    EXPECT_EQ(MacKeyMappingStore::filePath(support), support + "/key-mappings.json");
+    EXPECT_TRUE(MacKeyMappingStore::save(support + "/key-mappings.json", {{"A", "B"}}));
 }
 
 TEST(MacKeyMappingResolution, SkipsUnknownAndIdentityAndKeepsOrder)

@@ -75,10 +75,9 @@ TEST(AppPaths, MigratesOnlyWhenTheNewFolderIsMissing)
 TEST(AppPaths, StandardMigratesEachFolderOnItsOwn)
 {
     QTemporaryDir home;
-    ScopedEnv env;
-    env.set("HOME", QFile::encodeName(home.path()));
-    env.set("XDG_DATA_HOME", QFile::encodeName(home.filePath(".local/share")));
-    env.set("XDG_CONFIG_HOME", QFile::encodeName(home.filePath(".config")));
+    const ScopedEnv env{{"HOME", QFile::encodeName(home.path())},
+                        {"XDG_DATA_HOME", QFile::encodeName(home.filePath(".local/share"))},
+                        {"XDG_CONFIG_HOME", QFile::encodeName(home.filePath(".config"))}};
     writeFile(home.filePath(".local/share/Tarnwick/history.db"), "db");
     writeFile(home.filePath("Documents/Tarnwick/Recordings/a.mp4"), "a");
     writeFile(home.filePath("Documents/Vistrel/Recordings/b.mp4"), "b");

@@ -49,7 +49,7 @@ TEST(CaptureFileNaming, StampsInLocalTime)
     QTemporaryDir dir;
     for (const Case &c : cases) {
         SCOPED_TRACE(c.tz.toStdString());
-        ScopedEnv tz("TZ", c.tz);
+        const ScopedEnv tz{{"TZ", c.tz}};
         EXPECT_EQ(CaptureFileNaming::freePath(dir.path(), "Screenshot", "png", instant),
                   dir.filePath("Screenshot_" + c.stamp + ".png"));
     }

@@ -96,7 +96,7 @@ TEST(HistoryDatabase, StoresUtcWhateverTheLocalZone)
 {
     for (const QByteArray tz : {"ICT-7", "EST5EDT", "NPT-5:45"}) {
         SCOPED_TRACE(tz.toStdString());
-        ScopedEnv env("TZ", tz);
+        const ScopedEnv env{{"TZ", tz}};
         QTemporaryDir dir;
         {
             HistoryDatabase db(dir.path());
