@@ -5,64 +5,54 @@
 namespace {
 
 using Kind = CommandLine::Invocation::Kind;
+using Invocation = CommandLine::Invocation;
 
-struct ParseCase {
-    QStringList arguments;
-    Kind kind;
-    RemoteCommand command = RemoteCommand::show;
-    QString error = {};
-};
+Invocation run(RemoteCommand c) { return {Kind::command, c, {}}; }
+Invocation bad(const char *error) { return {Kind::usageError, RemoteCommand::show, error}; }
 
 TEST(CommandLine, ParsesEveryCommandAndRejectsWhatItDoesNotKnow)
 {
-    const QList<ParseCase> cases = {
-        {{}, Kind::launchApp},
-        {{"screenshot"}, Kind::command, RemoteCommand::screenshot},
-        {{"scroll"}, Kind::command, RemoteCommand::scroll},
-        {{"scroll", "--manual"}, Kind::command, RemoteCommand::scrollManual},
-        {{"record"}, Kind::command, RemoteCommand::record},
-        {{"show"}, Kind::command, RemoteCommand::show},
-        {{"mapping", "on"}, Kind::command, RemoteCommand::mappingOn},
-        {{"mapping", "off"}, Kind::command, RemoteCommand::mappingOff},
-        {{"quit"}, Kind::command, RemoteCommand::quit},
-        {{"--help"}, Kind::help},
-        {{"-h"}, Kind::help},
-        {{"screenshot", "--help"}, Kind::help},
-        {{"bogus", "--help"}, Kind::help},
-        {{"--version"}, Kind::version},
-        {{"--version", "x"}, Kind::usageError, RemoteCommand::show, "unexpected argument 'x'"},
-        {{"shot"}, Kind::usageError, RemoteCommand::show, "unknown command 'shot'"},
-        {{"Screenshot"}, Kind::usageError, RemoteCommand::show, "unknown command 'Screenshot'"},
-        {{"--quiet"}, Kind::usageError, RemoteCommand::show, "unknown option '--quiet'"},
-        {{"-platform", "xcb"}, Kind::usageError, RemoteCommand::show, "unknown option '-platform'"},
-        {{"screenshot", "now"}, Kind::usageError, RemoteCommand::show, "unexpected argument 'now'"},
-        {{"record", "--manual"}, Kind::usageError, RemoteCommand::show, "unexpected argument '--manual'"},
-        {{"scroll", "--auto"}, Kind::usageError, RemoteCommand::show, "unexpected argument '--auto'"},
-        {{"scroll", "--manual", "x"}, Kind::usageError, RemoteCommand::show, "unexpected argument 'x'"},
-        {{"mapping"}, Kind::usageError, RemoteCommand::show, "mapping needs 'on' or 'off'"},
-        {{"mapping", "yes"}, Kind::usageError, RemoteCommand::show, "mapping takes 'on' or 'off', not 'yes'"},
-        {{"mapping", "on", "off"}, Kind::usageError, RemoteCommand::show, "unexpected argument 'off'"},
-        {{""}, Kind::usageError, RemoteCommand::show, "unknown command ''"},
+    const Invocation help{Kind::help, RemoteCommand::show, {}};
+    const std::pair<QStringList, Invocation> cases[] = {
+        {{}, {}},
+        {{"screenshot"}, run(RemoteCommand::screenshot)},
+        {{"scroll"}, run(RemoteCommand::scroll)},
+        {{"scroll", "--manual"}, run(RemoteCommand::scrollManual)},
+        {{"record"}, run(RemoteCommand::record)},
+        {{"show"}, run(RemoteCommand::show)},
+        {{"mapping", "on"}, run(RemoteCommand::mappingOn)},
+        {{"mapping", "off"}, run(RemoteCommand::mappingOff)},
+        {{"quit"}, run(RemoteCommand::quit)},
+        {{"--help"}, help},
+        {{"-h"}, help},
+        {{"screenshot", "--help"}, help},
+        {{"bogus", "--help"}, help},
+        {{"--version"}, {Kind::version, RemoteCommand::show, {}}},
+        {{"--version", "x"}, bad("unexpected argument 'x'")},
+        {{"shot"}, bad("unknown command 'shot'")},
+        {{"Screenshot"}, bad("unknown command 'Screenshot'")},
+        {{"--quiet"}, bad("unknown option '--quiet'")},
+        {{"-platform", "xcb"}, bad("unknown option '-platform'")},
+        {{"screenshot", "now"}, bad("unexpected argument 'now'")},
+        {{"record", "--manual"}, bad("unexpected argument '--manual'")},
+        {{"scroll", "--auto"}, bad("unexpected argument '--auto'")},
+        {{"scroll", "--manual", "x"}, bad("unexpected argument 'x'")},
+        {{"mapping"}, bad("mapping needs 'on' or 'off'")},
+        {{"mapping", "yes"}, bad("mapping takes 'on' or 'off', not 'yes'")},
+        {{"mapping", "on", "off"}, bad("unexpected argument 'off'")},
+        {{""}, bad("unknown command ''")},
     };
-    for (const ParseCase &c : cases) {
-        SCOPED_TRACE(c.arguments.join(' ').toStdString());
-        const CommandLine::Invocation got = CommandLine::parse(c.arguments);
-        EXPECT_EQ(int(got.kind), int(c.kind));
-        if (c.kind == Kind::command) {
-            EXPECT_EQ(int(got.command), int(c.command));
-        }
-        EXPECT_EQ(got.error.toStdString(), c.error.toStdString());
+    for (const auto &[arguments, expected] : cases) {
+        const Invocation got = CommandLine::parse(arguments);
+        EXPECT_TRUE(got == expected) << arguments.join(' ').toStdString() << ": kind " << int(got.kind)
+                                     << ", command " << int(got.command) << ", " << got.error.toStdString();
     }
 }
 
 TEST(CommandLine, RepliesBecomeExitStatusAndOutput)
 {
     using Result = RemoteReply::Result;
-    struct Case {
-        RemoteReply reply;
-        CommandLine::Outcome expected;
-    };
-    const QList<Case> cases = {
+    const std::pair<RemoteReply, CommandLine::Outcome> cases[] = {
         {{Result::done, {}, {}}, {0, {}, {}}},
         {{Result::saved, "/home/u/Desktop/Screenshot 1.png", {}}, {0, "/home/u/Desktop/Screenshot 1.png\n", {}}},
         {{Result::cancelled, {}, {}}, {1, {}, {}}},
@@ -70,12 +60,10 @@ TEST(CommandLine, RepliesBecomeExitStatusAndOutput)
         {{Result::failed, {}, "not in force\nyet"}, {3, {}, "vistrel: not in force yet\n"}},
         {{Result::refused, {}, {}}, {3, {}, "vistrel: Vistrel did not answer\n"}},
     };
-    for (const Case &c : cases) {
-        SCOPED_TRACE(int(c.reply.result));
-        const CommandLine::Outcome got = CommandLine::outcome(c.reply);
-        EXPECT_EQ(got.exitStatus, c.expected.exitStatus);
-        EXPECT_EQ(got.standardOutput.toStdString(), c.expected.standardOutput.toStdString());
-        EXPECT_EQ(got.standardError.toStdString(), c.expected.standardError.toStdString());
+    for (const auto &[reply, expected] : cases) {
+        const CommandLine::Outcome got = CommandLine::outcome(reply);
+        EXPECT_TRUE(got == expected) << int(reply.result) << ": " << got.exitStatus << " ["
+                                     << got.standardOutput.toStdString() << "] [" << got.standardError.toStdString() << "]";
     }
 }
 

@@ -6,126 +6,98 @@ namespace {
 
 using Flow = CaptureCoordinator::Flow;
 using Result = RemoteReply::Result;
+using K = BridgeCommand::Kind;
 
-// Records what the handler asked of the app, in order.
-struct Recorder {
+QString routed(K kind) { return QStringLiteral("route %1").arg(int(kind)); }
+
+// Records, in order, what the handler asked of the app and what it answered.
+struct App {
     QStringList calls;
     bool mappingInForce = true;
-
-    RemoteCommandHandler::Actions actions()
+    QList<RemoteReply> replies;
+    RemoteCommandHandler handler{{
+        [this](const BridgeCommand &c) { calls.append(routed(c.kind)); },
+        [this] { calls.append("scrollingApplication"); },
+        [this] { calls.append("openMain"); },
+        [this](bool on) { calls.append(on ? "mapping on" : "mapping off"); return mappingInForce; },
+        [this] { calls.append("quit"); },
+    }};
+    void handle(RemoteCommand command)
     {
-        return {
-            [this](const BridgeCommand &c) { calls.append(QStringLiteral("route %1").arg(int(c.kind))); },
-            [this] { calls.append(QStringLiteral("scrollingApplication")); },
-            [this] { calls.append(QStringLiteral("openMain")); },
-            [this](bool on) {
-                calls.append(on ? QStringLiteral("mapping on") : QStringLiteral("mapping off"));
-                return mappingInForce;
-            },
-            [this] { calls.append(QStringLiteral("quit")); },
-        };
+        handler.handle(command, [this](const RemoteReply &r) { replies.append(r); });
     }
 };
 
-QString routed(BridgeCommand::Kind kind)
-{
-    return QStringLiteral("route %1").arg(int(kind));
-}
-
 TEST(RemoteCommandHandler, CapturesTakeTheHotKeyPathAndAnswerWhenTheirOwnFlowEnds)
 {
-    struct Case {
-        RemoteCommand command;
-        QString call;
-        Flow flow;
+    const std::tuple<RemoteCommand, QString, Flow> cases[] = {
+        {RemoteCommand::screenshot, routed(K::screenshot), Flow::screenshot},
+        {RemoteCommand::scroll, routed(K::scrollingScreenshot), Flow::scrolling},
+        {RemoteCommand::scrollManual, "scrollingApplication", Flow::scrolling},
+        {RemoteCommand::record, routed(K::video), Flow::recording},
     };
-    const QList<Case> cases = {
-        {RemoteCommand::screenshot, routed(BridgeCommand::Kind::screenshot), Flow::screenshot},
-        {RemoteCommand::scroll, routed(BridgeCommand::Kind::scrollingScreenshot), Flow::scrolling},
-        {RemoteCommand::scrollManual, QStringLiteral("scrollingApplication"), Flow::scrolling},
-        {RemoteCommand::record, routed(BridgeCommand::Kind::video), Flow::recording},
-    };
-    const QList<Flow> flows = {Flow::screenshot, Flow::scrolling, Flow::recording};
-    for (const Case &c : cases) {
+    for (const auto &[command, call, flow] : cases) {
         for (const QString &saved : {QStringLiteral("/d/Capture.png"), QString()}) {
-            SCOPED_TRACE(c.call.toStdString() + " saved=" + saved.toStdString());
-            Recorder app;
-            RemoteCommandHandler handler(app.actions());
-            QList<RemoteReply> replies;
-            handler.handle(c.command, [&](const RemoteReply &r) { replies.append(r); });
-            EXPECT_EQ(app.calls, QStringList{c.call});
-            EXPECT_TRUE(replies.isEmpty());
+            SCOPED_TRACE(call.toStdString() + " saved=" + saved.toStdString());
+            App app;
+            app.handle(command);
+            EXPECT_EQ(app.calls, QStringList{call});
             // Other flows ending leave this command waiting.
-            for (Flow other : flows)
-                if (other != c.flow)
-                    handler.captureEnded(other, QStringLiteral("/d/other.png"));
-            EXPECT_TRUE(replies.isEmpty());
+            for (Flow other : {Flow::screenshot, Flow::scrolling, Flow::recording})
+                if (other != flow)
+                    app.handler.captureEnded(other, "/d/other.png");
+            EXPECT_TRUE(app.replies.isEmpty());
 
-            handler.captureEnded(c.flow, saved);
-            const RemoteReply expected = saved.isEmpty() ? RemoteReply{Result::cancelled, {}, {}}
-                                                         : RemoteReply{Result::saved, saved, {}};
-            ASSERT_EQ(replies.size(), 1);
-            EXPECT_TRUE(replies.first() == expected);
+            app.handler.captureEnded(flow, saved);
             // Answered once: a later capture of the same kind is someone else's.
-            handler.captureEnded(c.flow, QStringLiteral("/d/later.png"));
-            EXPECT_EQ(replies.size(), 1);
+            app.handler.captureEnded(flow, "/d/later.png");
+            const RemoteReply expected{saved.isEmpty() ? Result::cancelled : Result::saved, saved, {}};
+            EXPECT_TRUE((app.replies == QList<RemoteReply>{expected}));
         }
     }
 }
 
 TEST(RemoteCommandHandler, BothHalvesOfARecordingToggleGetTheFile)
 {
-    Recorder app;
-    RemoteCommandHandler handler(app.actions());
-    QStringList answers;
-    handler.handle(RemoteCommand::record, [&](const RemoteReply &r) { answers.append("start " + r.path); });
-    handler.handle(RemoteCommand::record, [&](const RemoteReply &r) { answers.append("stop " + r.path); });
-    EXPECT_EQ(app.calls, QStringList(2, routed(BridgeCommand::Kind::video)));
-    handler.captureEnded(Flow::recording, QStringLiteral("/v/Recording.mp4"));
-    EXPECT_EQ(answers, (QStringList{"start /v/Recording.mp4", "stop /v/Recording.mp4"}));
+    App app;
+    app.handle(RemoteCommand::record);
+    app.handle(RemoteCommand::record);
+    EXPECT_EQ(app.calls, QStringList(2, routed(K::video)));
+    app.handler.captureEnded(Flow::recording, "/v/Recording.mp4");
+    EXPECT_TRUE(app.replies == QList<RemoteReply>(2, {Result::saved, "/v/Recording.mp4", {}}));
 }
 
 TEST(RemoteCommandHandler, ACaptureThatEndsAtOnceStillAnswers)
 {
-    Recorder app;
-    RemoteCommandHandler *handlerPointer = nullptr;
-    RemoteCommandHandler::Actions actions = app.actions();
+    RemoteCommandHandler *handler = nullptr;
     // No screen under the pointer: the flow ends inside the call that started it.
-    actions.route = [&](const BridgeCommand &) { handlerPointer->captureEnded(Flow::screenshot, {}); };
-    RemoteCommandHandler handler(actions);
-    handlerPointer = &handler;
+    RemoteCommandHandler::Actions actions;
+    actions.route = [&](const BridgeCommand &) { handler->captureEnded(Flow::screenshot, {}); };
+    RemoteCommandHandler h(actions);
+    handler = &h;
     QList<RemoteReply> replies;
-    handler.handle(RemoteCommand::screenshot, [&](const RemoteReply &r) { replies.append(r); });
-    ASSERT_EQ(replies.size(), 1);
-    EXPECT_EQ(int(replies.first().result), int(Result::cancelled));
+    h.handle(RemoteCommand::screenshot, [&](const RemoteReply &r) { replies.append(r); });
+    EXPECT_TRUE((replies == QList<RemoteReply>{{Result::cancelled, {}, {}}}));
 }
 
 TEST(RemoteCommandHandler, OtherCommandsAnswerAtOnce)
 {
-    struct Case {
-        RemoteCommand command;
-        bool mappingInForce;
-        QString call;
-        Result result;
+    const std::tuple<RemoteCommand, bool, QString, Result> cases[] = {
+        {RemoteCommand::show, true, "openMain", Result::done},
+        {RemoteCommand::mappingOn, true, "mapping on", Result::done},
+        {RemoteCommand::mappingOn, false, "mapping on", Result::failed},
+        {RemoteCommand::mappingOff, true, "mapping off", Result::done},
+        {RemoteCommand::quit, true, "quit", Result::done},
     };
-    const QList<Case> cases = {
-        {RemoteCommand::show, true, QStringLiteral("openMain"), Result::done},
-        {RemoteCommand::mappingOn, true, QStringLiteral("mapping on"), Result::done},
-        {RemoteCommand::mappingOn, false, QStringLiteral("mapping on"), Result::failed},
-        {RemoteCommand::mappingOff, true, QStringLiteral("mapping off"), Result::done},
-        {RemoteCommand::quit, true, QStringLiteral("quit"), Result::done},
-    };
-    for (const Case &c : cases) {
-        SCOPED_TRACE(c.call.toStdString());
-        Recorder app;
-        app.mappingInForce = c.mappingInForce;
-        RemoteCommandHandler handler(app.actions());
-        QList<RemoteReply> replies;
-        handler.handle(c.command, [&](const RemoteReply &r) { replies.append(r); });
-        EXPECT_EQ(app.calls, QStringList{c.call});
-        ASSERT_EQ(replies.size(), 1);
-        EXPECT_EQ(int(replies.first().result), int(c.result));
-        EXPECT_EQ(replies.first().message.isEmpty(), c.result == Result::done);
+    for (const auto &[command, inForce, call, result] : cases) {
+        SCOPED_TRACE(call.toStdString());
+        App app;
+        app.mappingInForce = inForce;
+        app.handle(command);
+        EXPECT_EQ(app.calls, QStringList{call});
+        ASSERT_EQ(app.replies.size(), 1);
+        EXPECT_EQ(int(app.replies.first().result), int(result));
+        EXPECT_EQ(app.replies.first().message.isEmpty(), result == Result::done);
     }
 }
 

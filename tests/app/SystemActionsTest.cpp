@@ -39,8 +39,8 @@ public:
 ToolPaths testTools()
 {
     ToolPaths tools;
-    tools.sessionLock = QStringLiteral("/opt/test/bin/loginctl");
-    tools.displayPower = QStringLiteral("/opt/test/bin/xset");
+    tools.sessionLock = "/opt/test/bin/loginctl";
+    tools.displayPower = "/opt/test/bin/xset";
     return tools;
 }
 
@@ -50,23 +50,22 @@ const Event superUp{VirtualKey::command, false, {}};
 const Event lDown{VirtualKey::l, true, {}};
 const Event lUp{VirtualKey::l, false, {}};
 
-struct LockCase {
-    const char *name;
-    std::optional<int> lockExit;   // empty: the lock tool cannot be started
-    QSet<quint32> failingKeys;
-    QList<Event> expectedEvents;
-};
-
 TEST(SystemActions, LockFallsBackToChordThenSleepsDisplay)
 {
-    const LockCase cases[] = {
+    struct Case {
+        const char *name;
+        std::optional<int> lockExit;   // empty: the lock tool cannot be started
+        QSet<quint32> failingKeys;
+        QList<Event> expectedEvents;
+    };
+    const Case cases[] = {
         {"lock tool missing", std::nullopt, {}, {superDown, lDown, lUp, superUp}},
         {"lock tool fails", 1, {}, {superDown, lDown, lUp, superUp}},
         {"lock tool succeeds", 0, {}, {}},
         {"unpostable key skipped", std::nullopt, {VirtualKey::l}, {superDown, superUp}},
         {"nothing postable", 3, {VirtualKey::l, VirtualKey::command}, {}},
     };
-    for (const LockCase &c : cases) {
+    for (const Case &c : cases) {
         SCOPED_TRACE(c.name);
         TimedProcessRunner processes;
         if (c.lockExit)
@@ -78,12 +77,8 @@ TEST(SystemActions, LockFallsBackToChordThenSleepsDisplay)
 
         actions.lockScreen().waitForFinished();
 
-        const QList<FakeProcessRunner::Call> expectedCalls{
-            {QStringLiteral("/opt/test/bin/loginctl"), {QStringLiteral("lock-session")}, false},
-            {QStringLiteral("/opt/test/bin/xset"),
-             {QStringLiteral("dpms"), QStringLiteral("force"), QStringLiteral("off")}, true},
-        };
-        EXPECT_EQ(processes.calls, expectedCalls);
+        EXPECT_EQ(processes.calls, (QList<FakeProcessRunner::Call>{{"/opt/test/bin/loginctl", {"lock-session"}, false},
+                                                                {"/opt/test/bin/xset", {"dpms", "force", "off"}, true}}));
         const QList<Event> events = keys.events();
         EXPECT_EQ(events, c.expectedEvents);
 

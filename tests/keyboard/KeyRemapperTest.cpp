@@ -63,6 +63,8 @@ QList<Registration> logged(const FakeHotKeyService &hotKeys, Kind kind)
     return result;
 }
 
+enum class Action { start, stop, enable, setMappings };
+
 struct Fixture {
     FakeProcessRunner processes;
     FakeHotKeyService hotKeys;
@@ -73,6 +75,15 @@ struct Fixture {
     {
         remapper->stateHandler = [this](bool running, bool trusted) { reports.append({running, trusted}); };
         remapper->commandHandler = [this](BridgeCommand c) { delivered.append(c); };
+    }
+    void act(Action action)
+    {
+        switch (action) {
+        case Action::start: remapper->start(); break;
+        case Action::stop: remapper->stop(); break;
+        case Action::enable: remapper->enable(); break;
+        case Action::setMappings: remapper->setCustomMappings({{"Caps Lock", "Escape"}}); break;
+        }
     }
     // The tool is run (not started detached) to set this property.
     void expectLastRunSets(const QByteArray &property) const
@@ -111,7 +122,6 @@ TEST(KeyRemapperProperty, MatchesTheToolFormat)
     }
 }
 
-enum class Action { start, stop, enable, setMappings };
 constexpr quint32 noHotKeys = 0;
 
 struct Step {
@@ -154,8 +164,6 @@ TEST(KeyRemapperStates, ScenariosFollowTheTransitionTable)
          {{Action::setMappings, 0, false, true, 0, "", noHotKeys, {}},
           {Action::start, 0, true, true, 1, "on", control, on}}},
     };
-    const QList<MacCustomKeyMapping> mappings = {{"Caps Lock", "Escape"}};
-
     for (const Scenario &s : scenarios) {
         Fixture f;
         for (qsizetype i = 0; i < s.steps.size(); ++i) {
@@ -164,12 +172,7 @@ TEST(KeyRemapperStates, ScenariosFollowTheTransitionTable)
             f.processes.defaultResult = step.toolExit ? FakeProcessRunner::exited(*step.toolExit)
                                                       : FakeProcessRunner::failedToStart();
             f.reports.clear();
-            switch (step.action) {
-            case Action::start: f.remapper->start(); break;
-            case Action::stop: f.remapper->stop(); break;
-            case Action::enable: f.remapper->enable(); break;
-            case Action::setMappings: f.remapper->setCustomMappings(mappings); break;
-            }
+            f.act(step.action);
             EXPECT_EQ(f.remapper->isRunning(), step.running);
             EXPECT_EQ(f.remapper->isRequested(), step.requested);
             EXPECT_EQ(f.processes.runCount(), step.toolRuns);
@@ -181,22 +184,6 @@ TEST(KeyRemapperStates, ScenariosFollowTheTransitionTable)
                       step.hotKeyModifiers == noHotKeys ? QList<Registration>() : expectedKeys(step.hotKeyModifiers));
             EXPECT_EQ(f.reports, step.reports);
         }
-    }
-}
-
-TEST(KeyRemapperStates, TeardownRemovesWhatIsInForce)
-{
-    for (const bool running : {true, false}) {
-        SCOPED_TRACE(running ? "running" : "not running");
-        Fixture f;
-        f.processes.defaultResult = FakeProcessRunner::exited(running ? 0 : 1);
-        f.remapper->start();
-        f.processes.defaultResult = FakeProcessRunner::exited(0);
-        f.remapper.reset();
-        EXPECT_TRUE(f.hotKeys.active().isEmpty());
-        EXPECT_FALSE(f.hotKeys.hasPressHandler());
-        EXPECT_EQ(f.processes.runCount(), running ? 2 : 1);
-        f.expectLastRunSets(running ? R"({"UserKeyMapping":[]})" : swapOnly);
     }
 }
 
@@ -230,12 +217,7 @@ TEST(KeyRemapperWatchdog, OneCompanionWhileTheBridgeIsWanted)
             f.processes.defaultResult = FakeProcessRunner::exited(step.toolExit);
             if (step.companionDiesFirst)
                 f.processes.companions->last().running = false;
-            switch (step.action) {
-            case Action::start: f.remapper->start(); break;
-            case Action::stop: f.remapper->stop(); break;
-            case Action::enable: f.remapper->enable(); break;
-            case Action::setMappings: break;
-            }
+            f.act(step.action);
             const auto &companions = *f.processes.companions;
             ASSERT_EQ(companions.size(), step.started);
             EXPECT_EQ(companions.last().running, step.live);
@@ -248,26 +230,33 @@ TEST(KeyRemapperWatchdog, OneCompanionWhileTheBridgeIsWanted)
     }
 }
 
-TEST(KeyRemapperWatchdog, FinishedOnlyAfterTheMappingIsRemoved)
+// The mapping in force is removed before the companion is told "stop" (so it does not
+// restore a second time); teardown also releases the hot keys.
+TEST(KeyRemapperWatchdog, StopAndTeardownRemoveTheMappingThenFinishTheCompanion)
 {
     for (const bool byStop : {true, false}) {
-        SCOPED_TRACE(byStop ? "stop" : "teardown");
-        Fixture f;
-        f.remapper->start();
-        ASSERT_EQ(f.processes.companions->size(), 1);
-        bool companionAliveAtRemoval = false;
-        f.processes.responder = [&](const QString &, const QStringList &arguments) {
-            if (arguments.value(2) == R"({"UserKeyMapping":[]})")
+        for (const bool running : {true, false}) {
+            SCOPED_TRACE(std::string(byStop ? "stop" : "teardown") + (running ? ", running" : ", not running"));
+            Fixture f;
+            f.processes.defaultResult = FakeProcessRunner::exited(running ? 0 : 1);
+            f.remapper->start();
+            ASSERT_EQ(f.processes.companions->size(), 1);
+            bool companionAliveAtRemoval = false;
+            f.processes.responder = [&](const QString &, const QStringList &) {
                 companionAliveAtRemoval = f.processes.companions->first().running;
-            return FakeProcessRunner::exited(0);
-        };
-        if (byStop)
-            f.remapper->stop();
-        else
-            f.remapper.reset();
-        EXPECT_TRUE(companionAliveAtRemoval);
-        // Told "stop" on the way out, so it does not restore a second time.
-        EXPECT_TRUE(f.processes.companions->first().finished);
+                return FakeProcessRunner::exited(0);
+            };
+            if (byStop)
+                f.remapper->stop();
+            else
+                f.remapper.reset();
+            EXPECT_EQ(companionAliveAtRemoval, running);
+            EXPECT_TRUE(f.processes.companions->first().finished);
+            EXPECT_EQ(f.processes.runCount(), running ? 2 : 1);
+            f.expectLastRunSets(running ? R"({"UserKeyMapping":[]})" : swapOnly);
+            EXPECT_EQ(f.hotKeys.active().isEmpty(), !byStop);
+            EXPECT_EQ(f.hotKeys.hasPressHandler(), byStop);
+        }
     }
 }
 

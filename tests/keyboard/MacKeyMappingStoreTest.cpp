@@ -1,7 +1,6 @@
 #include "keyboard/MacKeyMappingStore.h"
+#include "support/TestFiles.h"
 
-#include <QDir>
-#include <QFile>
 #include <QSet>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
@@ -9,19 +8,6 @@
 namespace {
 
 using Pairs = QList<std::pair<quint64, quint64>>;
-
-QByteArray readAll(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<unreadable>");
-}
-
-void writeAll(const QString &path, const QByteArray &bytes)
-{
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(bytes);
-}
 
 TEST(MacKeyCatalogue, SeventyOneDistinctKeysInOrder)
 {
@@ -57,14 +43,6 @@ TEST(MacKeyCatalogue, SeventyOneDistinctKeysInOrder)
     EXPECT_EQ(usages.size(), keys.size());
 }
 
-TEST(MacKeyMappingFile, FilePathCreatesTheFolder)
-{
-    QTemporaryDir root;
-    const QString support = root.filePath("a/b/Vistrel");
-    EXPECT_EQ(MacKeyMappingStore::filePath(support), support + "/key-mappings.json");
-    EXPECT_TRUE(QDir(support).exists());
-}
-
 // A file that does not load reads as no mappings, and the first save keeps it aside.
 TEST(MacKeyMappingFile, LoadsAllOrNothingAndKeepsADamagedFileOnce)
 {
@@ -87,7 +65,7 @@ TEST(MacKeyMappingFile, LoadsAllOrNothingAndKeepsADamagedFileOnce)
         QTemporaryDir dir;
         const QString path = dir.filePath("key-mappings.json");
         if (c.content)
-            writeAll(path, *c.content);
+            writeFile(path, *c.content);
         EXPECT_EQ(MacKeyMappingStore::load(path), c.expected);
 
         for (int save = 0; save < 2; ++save)
@@ -95,12 +73,12 @@ TEST(MacKeyMappingFile, LoadsAllOrNothingAndKeepsADamagedFileOnce)
         const QStringList kept = QDir(dir.path()).entryList({"key-mappings.json.damaged-*"}, QDir::Files);
         ASSERT_EQ(kept.size(), c.damaged ? 1 : 0);
         if (c.damaged) {
-            EXPECT_EQ(readAll(dir.filePath(kept.first())), *c.content);
+            EXPECT_EQ(readFile(dir.filePath(kept.first())), *c.content);
         }
     }
 }
 
-TEST(MacKeyMappingFile, SavesCompactlyAndRoundTripsButNotIntoAMissingFolder)
+TEST(MacKeyMappingFile, SavesCompactlyAndRoundTripsIntoTheFolderFilePathMakes)
 {
     struct Case { QList<MacCustomKeyMapping> mappings; QByteArray bytes; };
     const Case cases[] = {
@@ -115,14 +93,18 @@ TEST(MacKeyMappingFile, SavesCompactlyAndRoundTripsButNotIntoAMissingFolder)
         SCOPED_TRACE(c.bytes.toStdString());
         QTemporaryDir dir;
         const QString path = dir.filePath("key-mappings.json");
-        writeAll(path, "[{\"source\":\"old\",\"destination\":\"old\"}]");
+        writeFile(path, "[{\"source\":\"old\",\"destination\":\"old\"}]");
         ASSERT_TRUE(MacKeyMappingStore::save(path, c.mappings));
-        EXPECT_EQ(readAll(path), c.bytes);
+        EXPECT_EQ(readFile(path), c.bytes);
         EXPECT_EQ(MacKeyMappingStore::load(path), c.mappings);
     }
     QTemporaryDir dir;
     EXPECT_FALSE(MacKeyMappingStore::save(dir.filePath("absent/key-mappings.json"), {{"A", "B"}}));
     EXPECT_FALSE(QFile::exists(dir.filePath("absent")));
+    // filePath makes the folder on the way.
+    const QString support = dir.filePath("a/b/Vistrel");
+    EXPECT_EQ(MacKeyMappingStore::filePath(support), support + "/key-mappings.json");
+    EXPECT_TRUE(MacKeyMappingStore::save(support + "/key-mappings.json", {{"A", "B"}}));
 }
 
 TEST(MacKeyMappingResolution, SkipsUnknownAndIdentityAndKeepsOrder)

@@ -1,33 +1,21 @@
 #include "storage/AppPaths.h"
 #include "ScopedEnv.h"
+#include "support/TestFiles.h"
 
-#include <QDir>
 #include <QDirIterator>
 #include <QMap>
-#include <QFile>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
 namespace {
 
-void writeFile(const QString &path, const QByteArray &bytes)
-{
-    QDir().mkpath(QFileInfo(path).path());
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(bytes);
-}
-
-QByteArray readFile(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
-}
+using Files = QMap<QString, QByteArray>;
+using Moves = QList<std::pair<QString, QString>>;
 
 // Every file below root, relative path -> content.
-QMap<QString, QByteArray> contents(const QString &root)
+Files contents(const QString &root)
 {
-    QMap<QString, QByteArray> files;
+    Files files;
     if (!QFileInfo(root).isDir())
         return files;
     QDirIterator it(root, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
@@ -38,9 +26,9 @@ QMap<QString, QByteArray> contents(const QString &root)
     return files;
 }
 
-const QMap<QString, QByteArray> legacyFiles = {
+const Files legacyFiles = {
     {"history.db", "old history"}, {".hidden", "h"}, {"Recordings/Recording_1.mp4", "mp4"}};
-const QMap<QString, QByteArray> currentFiles = {{"key-mappings.json", "[]"}};
+const Files currentFiles = {{"key-mappings.json", "[]"}};
 
 TEST(AppPaths, MigratesOnlyWhenTheNewFolderIsMissing)
 {
@@ -48,7 +36,7 @@ TEST(AppPaths, MigratesOnlyWhenTheNewFolderIsMissing)
         const char *label;
         bool legacy, current, moveWorks;
         bool moveTried;
-        QMap<QString, QByteArray> currentAfter;
+        Files currentAfter;
         bool legacyRemains;
     };
     const Case cases[] = {
@@ -62,14 +50,14 @@ TEST(AppPaths, MigratesOnlyWhenTheNewFolderIsMissing)
         QTemporaryDir base;
         const QString legacy = base.filePath("Tarnwick");
         const QString current = base.filePath("Vistrel");
-        if (c.legacy)
-            for (auto it = legacyFiles.cbegin(); it != legacyFiles.cend(); ++it)
-                writeFile(legacy + "/" + it.key(), it.value());
-        if (c.current)
-            for (auto it = currentFiles.cbegin(); it != currentFiles.cend(); ++it)
-                writeFile(current + "/" + it.key(), it.value());
+        for (const auto &[name, bytes] : legacyFiles.asKeyValueRange())
+            if (c.legacy)
+                writeFile(legacy + "/" + name, bytes);
+        for (const auto &[name, bytes] : currentFiles.asKeyValueRange())
+            if (c.current)
+                writeFile(current + "/" + name, bytes);
 
-        QList<std::pair<QString, QString>> moves;
+        Moves moves;
         const QString result = AppPaths::migrateFolder(base.path(), [&](const QString &from, const QString &to) {
             moves.append({from, to});
             return c.moveWorks && QDir().rename(from, to);
@@ -78,24 +66,18 @@ TEST(AppPaths, MigratesOnlyWhenTheNewFolderIsMissing)
         EXPECT_EQ(result, current);
         EXPECT_TRUE(QFileInfo(current).isDir());
         EXPECT_EQ(contents(current), c.currentAfter);
-        EXPECT_EQ(moves.isEmpty(), !c.moveTried);
-        if (c.moveTried) {
-            EXPECT_EQ(moves, (QList<std::pair<QString, QString>>{{legacy, current}}));
-        }
+        EXPECT_EQ(moves, (c.moveTried ? Moves{{legacy, current}} : Moves{}));
         EXPECT_EQ(QFileInfo::exists(legacy), c.legacyRemains);
-        if (c.legacyRemains) {
-            EXPECT_EQ(contents(legacy), legacyFiles);
-        }
+        EXPECT_EQ(contents(legacy), c.legacyRemains ? legacyFiles : Files{});
     }
 }
 
 TEST(AppPaths, StandardMigratesEachFolderOnItsOwn)
 {
     QTemporaryDir home;
-    ScopedEnv env;
-    env.set("HOME", QFile::encodeName(home.path()));
-    env.set("XDG_DATA_HOME", QFile::encodeName(home.filePath(".local/share")));
-    env.set("XDG_CONFIG_HOME", QFile::encodeName(home.filePath(".config")));
+    const ScopedEnv env{{"HOME", QFile::encodeName(home.path())},
+                        {"XDG_DATA_HOME", QFile::encodeName(home.filePath(".local/share"))},
+                        {"XDG_CONFIG_HOME", QFile::encodeName(home.filePath(".config"))}};
     writeFile(home.filePath(".local/share/Tarnwick/history.db"), "db");
     writeFile(home.filePath("Documents/Tarnwick/Recordings/a.mp4"), "a");
     writeFile(home.filePath("Documents/Vistrel/Recordings/b.mp4"), "b");
@@ -108,7 +90,7 @@ TEST(AppPaths, StandardMigratesEachFolderOnItsOwn)
     EXPECT_EQ(paths.recordings(), home.filePath("Documents/Vistrel/Recordings"));
     EXPECT_EQ(readFile(paths.applicationSupport + "/history.db"), "db");
     EXPECT_FALSE(QFileInfo::exists(home.filePath(".local/share/Tarnwick")));
-    EXPECT_EQ(contents(paths.documents), (QMap<QString, QByteArray>{{"Recordings/b.mp4", "b"}}));
+    EXPECT_EQ(contents(paths.documents), (Files{{"Recordings/b.mp4", "b"}}));
     EXPECT_TRUE(QFileInfo::exists(home.filePath("Documents/Tarnwick/Recordings/a.mp4")));
 }
 

@@ -1,8 +1,7 @@
 #include "storage/CaptureFileNaming.h"
 #include "ScopedEnv.h"
+#include "support/TestFiles.h"
 
-#include <QDir>
-#include <QFile>
 #include <QTemporaryDir>
 #include <QTimeZone>
 #include <gtest/gtest.h>
@@ -30,14 +29,8 @@ TEST(CaptureFileNaming, CountsOnlyWhileTheNameIsTaken)
     for (const Case &c : cases) {
         SCOPED_TRACE(c.label);
         QTemporaryDir dir;
-        for (const QString &name : c.existing) {
-            if (name.endsWith('/')) {
-                QDir(dir.path()).mkdir(name.chopped(1));
-            } else {
-                QFile file(dir.filePath(name));
-                ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-            }
-        }
+        for (const QString &name : c.existing)   // "x/" is a folder, made as a file's parent
+            writeFile(dir.filePath(name.endsWith('/') ? name + "inside" : name), {});
         const QStringList before = QDir(dir.path()).entryList(QDir::NoDotAndDotDot | QDir::AllEntries);
         EXPECT_EQ(CaptureFileNaming::freePath(dir.path(), c.prefix, c.extension, now), dir.filePath(c.expected));
         EXPECT_EQ(QDir(dir.path()).entryList(QDir::NoDotAndDotDot | QDir::AllEntries), before);   // creates nothing
@@ -56,7 +49,7 @@ TEST(CaptureFileNaming, StampsInLocalTime)
     QTemporaryDir dir;
     for (const Case &c : cases) {
         SCOPED_TRACE(c.tz.toStdString());
-        ScopedEnv tz("TZ", c.tz);
+        const ScopedEnv tz{{"TZ", c.tz}};
         EXPECT_EQ(CaptureFileNaming::freePath(dir.path(), "Screenshot", "png", instant),
                   dir.filePath("Screenshot_" + c.stamp + ".png"));
     }

@@ -1,8 +1,10 @@
 #include "storage/HistoryDatabase.h"
 #include "ScopedEnv.h"
+#include "support/TestFiles.h"
 
 #include <QDir>
 #include <QFile>
+#include <array>
 #include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <QTimeZone>
@@ -60,6 +62,15 @@ TEST(HistoryDatabase, CreatesTheExactTableUnderANonAsciiFolder)
     EXPECT_EQ(raw.column("SELECT path FROM captures"), QList<QByteArray>{path.toUtf8()});
 }
 
+// CaptureItem has no ==; a tuple compares and prints every field.
+auto rows(const QList<CaptureItem> &items)
+{
+    QList<std::tuple<qint64, int, std::string, qint64>> result;
+    for (const CaptureItem &i : items)
+        result.append({i.id, int(i.kind), i.path.toStdString(), i.createdAt.toMSecsSinceEpoch()});
+    return result;
+}
+
 TEST(HistoryDatabase, RecentIsNewestIdFirstLimitedAndSurvivesReopen)
 {
     QTemporaryDir dir;
@@ -68,36 +79,24 @@ TEST(HistoryDatabase, RecentIsNewestIdFirstLimitedAndSurvivesReopen)
         EXPECT_TRUE(db.add(CaptureKind::video, "/r/1.mp4", someTime));
     }
     HistoryDatabase db(dir.path());
+    QList<CaptureItem> expected;
     // Ever earlier times: only the id may order them.
-    for (int i = 2; i <= 150; ++i)
-        ASSERT_TRUE(db.add(CaptureKind::screenshot, QString("/d/%1.png").arg(i), someTime.addSecs(-i)));
-
-    const struct { int limit; int count; } cases[] = {{0, 0}, {1, 1}, {200, 150}};
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.limit);
-        const QList<CaptureItem> items = db.recent(c.limit);
-        ASSERT_EQ(items.size(), c.count);
-        for (int i = 0; i < std::min(c.count, 149); ++i) {   // the video row is checked below
-            EXPECT_EQ(items[i].id, 150 - i);
-            EXPECT_EQ(items[i].kind, CaptureKind::screenshot);
-            EXPECT_EQ(items[i].path, QString("/d/%1.png").arg(150 - i));
-            EXPECT_EQ(items[i].createdAt, someTime.addSecs(-(150 - i)));
-        }
+    for (int i = 2; i <= 150; ++i) {
+        const CaptureItem item{i, CaptureKind::screenshot, QString("/d/%1.png").arg(i), someTime.addSecs(-i)};
+        ASSERT_TRUE(db.add(item.kind, item.path, item.createdAt));
+        expected.prepend(item);
     }
-    const CaptureItem oldest = db.recent(200).last();
-    EXPECT_EQ(oldest.id, 1);
-    EXPECT_EQ(oldest.kind, CaptureKind::video);
-    EXPECT_EQ(oldest.path, "/r/1.mp4");
-    EXPECT_EQ(oldest.createdAt, someTime);
-    EXPECT_EQ(db.recent().size(), 100);
-    EXPECT_EQ(db.recent().value(0).id, 150);
+    expected.append({1, CaptureKind::video, "/r/1.mp4", someTime});
+    for (const int limit : {0, 1, 150, 200})
+        EXPECT_EQ(rows(db.recent(limit)), rows(expected.first(std::min(limit, 150)))) << limit;
+    EXPECT_EQ(rows(db.recent()), rows(expected.first(100)));
 }
 
 TEST(HistoryDatabase, StoresUtcWhateverTheLocalZone)
 {
     for (const QByteArray tz : {"ICT-7", "EST5EDT", "NPT-5:45"}) {
         SCOPED_TRACE(tz.toStdString());
-        ScopedEnv env("TZ", tz);
+        const ScopedEnv env{{"TZ", tz}};
         QTemporaryDir dir;
         {
             HistoryDatabase db(dir.path());
@@ -162,36 +161,25 @@ TEST(HistoryDatabase, SkipsRowsWithoutTypeOrPath)
 
 TEST(HistoryDatabase, CorruptFileIsReadAsEmptyAndLeftUntouched)
 {
-    QRandomGenerator random(20261116);
-    auto noise = [&](int size) {
-        QByteArray bytes(size, Qt::Uninitialized);
-        for (char &b : bytes)
-            b = char(random.bounded(256));
-        return bytes;
-    };
+    std::array<quint32, 2044> noise;
+    QRandomGenerator(20261116).fillRange(noise.data(), noise.size());
     struct Case { const char *label; QByteArray content; };
     const Case cases[] = {
         {"short text", "not a database"},
-        {"database header over noise", QByteArray("SQLite format 3", 16) + noise(8176)},
+        {"database header over noise", QByteArray("SQLite format 3", 16) + QByteArray(reinterpret_cast<const char *>(noise.data()), 8176)},
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(c.label);
         QTemporaryDir dir;
         const QString file = dir.filePath("history.db");
-        {
-            QFile out(file);
-            ASSERT_TRUE(out.open(QIODevice::WriteOnly));
-            out.write(c.content);
-        }
+        writeFile(file, c.content);
         {
             HistoryDatabase db(dir.path());
             EXPECT_TRUE(db.recent().isEmpty());
             EXPECT_FALSE(db.add(CaptureKind::screenshot, "/d/a.png", someTime));
             EXPECT_TRUE(db.recent().isEmpty());
         }
-        QFile in(file);
-        ASSERT_TRUE(in.open(QIODevice::ReadOnly));
-        EXPECT_EQ(in.readAll(), c.content);
+        EXPECT_EQ(readFile(file), c.content);
         EXPECT_EQ(QDir(dir.path()).entryList(QDir::NoDotAndDotDot | QDir::AllEntries | QDir::Hidden),
                   QStringList{"history.db"});
     }

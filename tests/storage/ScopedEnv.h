@@ -3,6 +3,7 @@
 #include <QByteArray>
 #include <QList>
 #include <ctime>
+#include <initializer_list>
 #include <optional>
 #include <utility>
 
@@ -10,8 +11,14 @@
 // TZ changes are pushed to the C library at once.
 class ScopedEnv {
 public:
-    ScopedEnv() = default;
-    ScopedEnv(const char *name, const QByteArray &value) { set(name, value); }
+    ScopedEnv(std::initializer_list<std::pair<const char *, QByteArray>> values)
+    {
+        for (const auto &[name, value] : values) {
+            m_saved.append({name, qEnvironmentVariableIsSet(name) ? std::optional(qgetenv(name)) : std::nullopt});
+            qputenv(name, value);
+        }
+        tzset();
+    }
     ScopedEnv(const ScopedEnv &) = delete;
     ScopedEnv &operator=(const ScopedEnv &) = delete;
     ~ScopedEnv()
@@ -22,13 +29,6 @@ public:
             else
                 qunsetenv(it->first);
         }
-        tzset();
-    }
-
-    void set(const char *name, const QByteArray &value)
-    {
-        m_saved.append({name, qEnvironmentVariableIsSet(name) ? std::optional(qgetenv(name)) : std::nullopt});
-        qputenv(name, value);
         tzset();
     }
 
