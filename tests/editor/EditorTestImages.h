@@ -5,6 +5,9 @@
 #include <QRandomGenerator>
 #include <QRect>
 
+#include <algorithm>
+#include <cstdlib>
+
 // Small images with known content for the editor tests.
 namespace EditorTestImages {
 
@@ -40,6 +43,12 @@ inline int differingPixels(const QImage &a, const QImage &b, const QRect &rect)
 }
 
 inline int differingPixels(const QImage &a, const QImage &b) { return differingPixels(a, b, a.rect()); }
+
+// The largest difference between the colour channels of two pixels.
+inline int channelDistance(const QColor &a, const QColor &b)
+{
+    return std::max({std::abs(a.red() - b.red()), std::abs(a.green() - b.green()), std::abs(a.blue() - b.blue())});
+}
 
 // The same pixels, whatever the formats.
 inline bool samePixels(const QImage &a, const QImage &b)

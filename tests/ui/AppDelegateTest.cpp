@@ -23,8 +23,6 @@
 
 namespace {
 
-constexpr auto emptyProperty = R"({"UserKeyMapping":[]})";
-
 struct Fixture {
     QTemporaryDir dir;
     FakeProcessRunner *processes = new FakeProcessRunner;
@@ -128,7 +126,7 @@ TEST(AppDelegate, QuitRemovesTheMappingFirst)
     f.launch();
     f.press(VirtualKey::q, HotKeyModifier::control);
     EXPECT_FALSE(f.delegate->remapper().isRunning());
-    EXPECT_EQ(f.lastProperty(), QString::fromLatin1(emptyProperty));
+    EXPECT_EQ(f.lastProperty(), R"({"UserKeyMapping":[]})");
     EXPECT_EQ(f.delegate->remapper().hotKeyModifiers(), HotKeyModifier::command);
 
     // A second quit (the platform's own, say) does not run the tool again.

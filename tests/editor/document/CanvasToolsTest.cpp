@@ -6,19 +6,15 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <functional>
 #include <utility>
-#include <string>
-#include <vector>
 
 using namespace EditorTestImages;
 
 namespace {
 
 struct Drag {
-    QPointF from;
-    QPointF to;
+    QPointF from, to;
 };
 
 void drag(EditorCanvasModel &canvas, const Drag &d, int steps = 4)
@@ -29,76 +25,63 @@ void drag(EditorCanvasModel &canvas, const Drag &d, int steps = 4)
     canvas.release(d.to);
 }
 
-QColor at(const EditorCanvasModel &canvas, int x, int y)
-{
-    return canvas.image().pixelColor(x, y);
-}
+QColor at(const EditorCanvasModel &canvas, int x, int y) { return canvas.image().pixelColor(x, y); }
 
 TEST(CanvasTools, ClicksAndThinDragsLeaveNoTrace)
 {
-    struct Case {
-        std::string name;
+    const struct {
+        const char *name;
         EditTool tool;
         qreal zoom;
         Drag drag;
-        bool draws;
+        int steps;
+        bool step, draws;
+    } cases[] = {
+        {"rectangle click", EditTool::rectangle, 1, {{50, 50}, {50, 50}}, 4, false, false},
+        {"rectangle 2 high", EditTool::rectangle, 1, {{20, 50}, {180, 52}}, 4, false, false},
+        {"rectangle 2 wide", EditTool::rectangle, 1, {{50, 20}, {52, 150}}, 4, false, false},
+        {"rectangle 3 by 3", EditTool::rectangle, 1, {{50, 50}, {53, 53}}, 4, true, true},
+        {"rectangle 2 image points at zoom 2", EditTool::rectangle, 2, {{50, 50}, {54, 150}}, 4, false, false},
+        {"ellipse 2 high", EditTool::ellipse, 1, {{20, 50}, {180, 52}}, 4, false, false},
+        {"crop 2 wide", EditTool::crop, 1, {{50, 20}, {52, 150}}, 4, false, false},
+        {"pixelate click", EditTool::pixelate, 1, {{60, 60}, {60, 60}}, 4, false, false},
+        {"horizontal line of 4", EditTool::line, 1, {{40, 50}, {44, 50}}, 4, true, true},
+        {"horizontal line of 3", EditTool::line, 1, {{40, 50}, {43, 50}}, 4, false, false},
+        {"vertical arrow of 30", EditTool::arrow, 1, {{40, 20}, {40, 50}}, 4, true, true},
+        {"line 3 across 3 up at zoom 0.5", EditTool::line, 0.5, {{20, 23}, {23, 20}}, 4, true, true},
+        // A free-hand press records its step even without movement.
+        {"pen press", EditTool::pen, 1, {{10, 10}, {10, 10}}, 0, true, false},
+        {"marker press", EditTool::marker, 1, {{10, 10}, {10, 10}}, 0, true, false},
     };
-    const std::vector<Case> cases = {
-        {"rectangle click", EditTool::rectangle, 1, {{50, 50}, {50, 50}}, false},
-        {"rectangle 2 high", EditTool::rectangle, 1, {{20, 50}, {180, 52}}, false},
-        {"rectangle 2 wide", EditTool::rectangle, 1, {{50, 20}, {52, 150}}, false},
-        {"rectangle 3 by 3", EditTool::rectangle, 1, {{50, 50}, {53, 53}}, true},
-        {"rectangle 2 image points at zoom 2", EditTool::rectangle, 2, {{50, 50}, {54, 150}}, false},
-        {"ellipse 2 high", EditTool::ellipse, 1, {{20, 50}, {180, 52}}, false},
-        {"crop 2 wide", EditTool::crop, 1, {{50, 20}, {52, 150}}, false},
-        {"pixelate click", EditTool::pixelate, 1, {{60, 60}, {60, 60}}, false},
-        {"horizontal line of 4", EditTool::line, 1, {{40, 50}, {44, 50}}, true},
-        {"horizontal line of 3", EditTool::line, 1, {{40, 50}, {43, 50}}, false},
-        {"vertical arrow of 30", EditTool::arrow, 1, {{40, 20}, {40, 50}}, true},
-        {"line 3 across 3 up at zoom 0.5", EditTool::line, 0.5, {{20, 23}, {23, 20}}, true},
-    };
-    for (const Case &c : cases) {
+    const QImage white = solid(200, 160, Qt::white);
+    for (const auto &c : cases) {
         SCOPED_TRACE(c.name);
-        EditorCanvasModel canvas(solid(200, 160, Qt::white));
+        EditorCanvasModel canvas(white);
         canvas.setZoom(c.zoom);
         canvas.setTool(c.tool);
         canvas.setColor(Qt::black);
         canvas.setLineWidth(2);
-        drag(canvas, c.drag);
-        EXPECT_EQ(canvas.canUndo(), c.draws);
-        EXPECT_EQ(differingPixels(canvas.image(), solid(200, 160, Qt::white)) > 0 || canvas.imageSize() != QSizeF(200, 160),
-                  c.draws);
-    }
-}
-
-TEST(CanvasTools, FreehandPressRecordsAStepEvenWithoutMovement)
-{
-    for (EditTool tool : {EditTool::pen, EditTool::marker}) {
-        EditorCanvasModel canvas(solid(50, 50, Qt::white));
-        canvas.setTool(tool);
-        canvas.press({10, 10});
-        canvas.release({10, 10});
-        EXPECT_EQ(canvas.undoCount(), 1);
-        EXPECT_EQ(differingPixels(canvas.image(), solid(50, 50, Qt::white)), 0);
+        drag(canvas, c.drag, c.steps);
+        EXPECT_EQ(canvas.undoCount(), c.step ? 1 : 0);
+        EXPECT_EQ(differingPixels(canvas.image(), white) > 0 || canvas.imageSize() != QSizeF(200, 160), c.draws);
     }
 }
 
 TEST(CanvasTools, StrokeColourAndWidthFollowTheToolNotAlwaysTheOpacity)
 {
-    struct Case {
+    // Red at alpha a over white leaves green at 255 × (1 − a); the marker is four times as
+    // wide as the pen and always translucent.
+    const struct {
         EditTool tool;
         qreal opacity;
-        int expectedGreen; // red stroke over white: green falls with the stroke's alpha
-        int markedRows;    // across a horizontal stroke of width 4; 0 to skip
+        int green;
+        int markedRows; // across a horizontal stroke of width 4; 0 to skip
+    } cases[] = {
+        {EditTool::pen, 0.3, 0, 4},         {EditTool::pen, 1.0, 0, 4},
+        {EditTool::marker, 1.0, 179, 16},   {EditTool::marker, 0.3, 179, 16},
+        {EditTool::rectangle, 0.5, 128, 0}, {EditTool::rectangle, 1.0, 0, 0},
     };
-    // Red (255, 0, 0) at alpha a over white leaves green at 255 × (1 − a). The marker is
-    // four times as wide as the pen.
-    const Case cases[] = {
-        {EditTool::pen, 0.3, 0, 4},          {EditTool::pen, 1.0, 0, 4},
-        {EditTool::marker, 1.0, 179, 16},    {EditTool::marker, 0.3, 179, 16},
-        {EditTool::rectangle, 0.5, 128, 0},  {EditTool::rectangle, 1.0, 0, 0},
-    };
-    for (const Case &c : cases) {
+    for (const auto &c : cases) {
         SCOPED_TRACE(testing::Message() << int(c.tool) << " at opacity " << c.opacity);
         EditorCanvasModel canvas(solid(200, 100, Qt::white));
         canvas.setTool(c.tool);
@@ -106,17 +89,15 @@ TEST(CanvasTools, StrokeColourAndWidthFollowTheToolNotAlwaysTheOpacity)
         canvas.setOpacity(c.opacity);
         canvas.setLineWidth(4);
         // A rectangle's top edge and a free-hand stroke both cross (100, 30).
-        drag(canvas, {{20, 30}, {180, 30}}, 1);
-        if (c.tool == EditTool::rectangle)
-            drag(canvas, {{20, 30}, {180, 80}}, 1);
+        drag(canvas, c.tool == EditTool::rectangle ? Drag{{20, 30}, {180, 80}} : Drag{{20, 30}, {180, 30}}, 1);
         const QColor pixel = at(canvas, 100, 30);
         EXPECT_EQ(pixel.red(), 255);
-        EXPECT_NEAR(pixel.green(), c.expectedGreen, 2);
+        EXPECT_NEAR(pixel.green(), c.green, 2);
         EXPECT_EQ(pixel.alpha(), 255);
+        int marked = 0;
+        for (int y = 0; y < 100; ++y)
+            marked += at(canvas, 100, y) != QColor(Qt::white);
         if (c.markedRows > 0) {
-            int marked = 0;
-            for (int y = 0; y < 100; ++y)
-                marked += at(canvas, 100, y) != QColor(Qt::white);
             EXPECT_NEAR(marked, c.markedRows, 2);
         }
     }
@@ -137,48 +118,35 @@ TEST(CanvasTools, ArrowHeadOpensThirtyDegreesEitherSide)
     EXPECT_EQ(at(canvas, 155, 50), QColor(Qt::white)); // nothing past the tip
 }
 
-int discWidth(qreal lineWidth)
-{
-    EditorCanvasModel canvas(solid(200, 200, Qt::black));
-    canvas.setTool(EditTool::callout);
-    canvas.setColor(QColor(0, 0, 255));
-    canvas.setLineWidth(lineWidth);
-    canvas.press({100, 100});
-    int width = 0;
-    for (int x = 0; x < 200; ++x)
-        width += at(canvas, x, 100) != QColor(Qt::black);
-    return width;
-}
-
-TEST(CanvasTools, CalloutDiscFollowsTheLineWidth)
+TEST(CanvasTools, CalloutDiscFollowsTheLineWidthAndNumbersNeverComeBack)
 {
     // Disc d = max(7w, 28) plus half the white outline max(w/2, 2) on each side.
-    EXPECT_NEAR(discWidth(2), 28 + 2, 2);
-    EXPECT_NEAR(discWidth(4), 28 + 2, 2);
-    EXPECT_NEAR(discWidth(10), 70 + 5, 2);
-}
+    for (const auto &[lineWidth, expected] : {std::pair{2, 30}, {4, 30}, {10, 75}}) {
+        EditorCanvasModel canvas(solid(200, 200, Qt::black));
+        canvas.setTool(EditTool::callout);
+        canvas.setColor(QColor(0, 0, 255));
+        canvas.setLineWidth(lineWidth);
+        canvas.press({100, 100});
+        int width = 0;
+        for (int x = 0; x < 200; ++x)
+            width += at(canvas, x, 100) != QColor(Qt::black);
+        EXPECT_NEAR(width, expected, 2) << lineWidth;
+    }
 
-QImage calloutStamp(int stamps, int undosBeforeLast)
-{
-    EditorCanvasModel canvas(solid(160, 120, Qt::darkGray));
-    canvas.setTool(EditTool::callout);
-    for (int i = 0; i < stamps - 1; ++i)
-        canvas.press({40.0 + 30 * i, 30});
-    for (int i = 0; i < undosBeforeLast; ++i)
-        canvas.undo();
-    canvas.press({80, 90});
-    return canvas.image().copy(50, 60, 60, 60);
-}
-
-TEST(CalloutNumbering, CountsUpAndNeverGivesANumberBack)
-{
-    const QImage first = calloutStamp(1, 0);
-    const QImage second = calloutStamp(2, 0);
-    const QImage third = calloutStamp(3, 0);
-    EXPECT_GT(differingPixels(first, second), 20);
-    EXPECT_GT(differingPixels(second, third), 20);
+    const auto stamp = [](int stamps, int undosBeforeLast) {
+        EditorCanvasModel canvas(solid(160, 120, Qt::darkGray));
+        canvas.setTool(EditTool::callout);
+        for (int i = 0; i < stamps - 1; ++i)
+            canvas.press({40.0 + 30 * i, 30});
+        for (int i = 0; i < undosBeforeLast; ++i)
+            canvas.undo();
+        canvas.press({80, 90});
+        return canvas.image().copy(50, 60, 60, 60);
+    };
+    EXPECT_GT(differingPixels(stamp(1, 0), stamp(2, 0)), 20);
+    EXPECT_GT(differingPixels(stamp(2, 0), stamp(3, 0)), 20);
     // Two stamped, both undone: the next one still shows "3".
-    EXPECT_EQ(differingPixels(calloutStamp(3, 2), third), 0);
+    EXPECT_EQ(differingPixels(stamp(3, 2), stamp(3, 0)), 0);
 }
 
 TEST(CanvasTools, CropKeepsTheDraggedPixelsAndUndoRestoresSizeAndFrame)
@@ -196,37 +164,34 @@ TEST(CanvasTools, CropKeepsTheDraggedPixelsAndUndoRestoresSizeAndFrame)
     EXPECT_TRUE(samePixels(canvas.image(), original));
     EXPECT_EQ(canvas.frameSize(), QSizeF(100, 75));
 
-    canvas.press({90, 60});
-    canvas.drag({500, 500}); // clamped to the view's corner
-    canvas.release({500, 500});
+    drag(canvas, {{90, 60}, {500, 500}}, 1); // clamped to the view's corner
     EXPECT_TRUE(samePixels(canvas.image(), original.copy(180, 120, 20, 30)));
 }
 
 TEST(CanvasTools, PixelateAndBlurChangeOnlyTheDraggedRectangle)
 {
-    struct Case {
+    const struct {
         EditTool tool;
         qreal lineWidth;
         int cell; // side of uniform cells; 0 for blur
-    };
-    const Case cases[] = {{EditTool::pixelate, 2, 8}, {EditTool::pixelate, 4, 12}, {EditTool::blur, 2, 0},
-                          {EditTool::blur, 10, 0}};
-    for (const Case &c : cases) {
+    } cases[] = {{EditTool::pixelate, 2, 8}, {EditTool::pixelate, 4, 12}, {EditTool::blur, 2, 0}, {EditTool::blur, 10, 0}};
+    const QImage original = noise(200, 160, 8);
+    const QRect region(40, 24, 96, 96);
+    for (const auto &c : cases) {
         SCOPED_TRACE(int(c.tool));
-        const QImage original = noise(200, 160, 8);
         EditorCanvasModel canvas(original);
         canvas.setTool(c.tool);
         canvas.setLineWidth(c.lineWidth);
         drag(canvas, {{40, 24}, {136, 120}});
-        const QRect region(40, 24, 96, 96);
-        EXPECT_EQ(differingPixels(canvas.image(), original) - differingPixels(canvas.image(), original, region), 0);
-        EXPECT_GT(differingPixels(canvas.image(), original, region), region.width() * region.height() * 9 / 10);
+        const QImage out = canvas.image();
+        EXPECT_EQ(differingPixels(out, original) - differingPixels(out, original, region), 0);
+        EXPECT_GT(differingPixels(out, original, region), region.width() * region.height() * 9 / 10);
         if (c.cell > 0) {
             // Cells anchored at the origin: one inside the region is a single colour.
             const int x0 = (region.left() / c.cell + 1) * c.cell, y0 = (region.top() / c.cell + 1) * c.cell;
-            const QImage cell = canvas.image().copy(x0, y0, c.cell, c.cell);
+            const QImage cell = out.copy(x0, y0, c.cell, c.cell);
             EXPECT_EQ(differingPixels(cell, solid(c.cell, c.cell, cell.pixelColor(0, 0))), 0);
-            EXPECT_NE(cell.pixel(0, 0), canvas.image().pixel(x0 + c.cell, y0));
+            EXPECT_NE(cell.pixel(0, 0), out.pixel(x0 + c.cell, y0));
         }
         canvas.undo();
         EXPECT_TRUE(samePixels(canvas.image(), original));
@@ -260,67 +225,58 @@ TEST(CanvasTools, TextAndInsertionReachTheOverlayHooks)
     EXPECT_EQ(canvas.insertImage().size(), QSize(4000, 3000));
 }
 
-// The first and last strongly red pixels in row `y`.
-std::pair<int, int> redSpan(const QImage &image, int y)
+QImage dense(QImage image)
 {
-    std::pair<int, int> span{-1, -1};
-    for (int x = 0; x < image.width(); ++x) {
-        const QColor c = image.pixelColor(x, y);
-        if (c.red() > 200 && c.green() < 100) {
-            if (span.first < 0)
-                span.first = x;
-            span.second = x;
-        }
-    }
-    return span;
-}
-
-QImage dense(const QImage &pixels, qreal ratio)
-{
-    QImage image = pixels;
-    image.setDevicePixelRatio(ratio);
+    image.setDevicePixelRatio(2);
     return image;
 }
 
 TEST(CanvasTools, MarksOnADenseImageAreSizedInImagePoints)
 {
-    struct Case {
-        std::string name;
+    const struct {
+        const char *name;
         EditTool tool;
         Drag drag; // view points at zoom 1 = image points
         int row;   // pixels
-        std::pair<int, int> span;
-    };
-    const std::vector<Case> cases = {
+        int first, last;
+    } cases[] = {
         // Sides at x = 20 and 60, 4 wide: points 18 to 62, pixels 36 to 123.
-        {"rectangle", EditTool::rectangle, {{20, 20}, {60, 50}}, 70, {36, 123}},
+        {"rectangle", EditTool::rectangle, {{20, 20}, {60, 50}}, 70, 36, 123},
         // A 28-point disc under a 2-point white outline shows 26 points red across.
-        {"callout", EditTool::callout, {{50, 40}, {50, 40}}, 80, {74, 125}},
+        {"callout", EditTool::callout, {{50, 40}, {50, 40}}, 80, 74, 125},
     };
-    for (const Case &c : cases) {
+    for (const auto &c : cases) {
         SCOPED_TRACE(c.name);
-        EditorCanvasModel canvas(dense(solid(200, 160, Qt::white), 2));
+        EditorCanvasModel canvas(dense(solid(200, 160, Qt::white)));
         EXPECT_EQ(canvas.imageSize(), QSizeF(100, 80));
         EXPECT_EQ(canvas.frameSize(), QSizeF(100, 80));
         canvas.setTool(c.tool);
         canvas.setColor(Qt::red);
         canvas.setLineWidth(4);
         drag(canvas, c.drag);
-        const auto [first, last] = redSpan(canvas.image(), c.row);
-        EXPECT_NEAR(first, c.span.first, 1);
-        EXPECT_NEAR(last, c.span.second, 1);
-        EXPECT_EQ(canvas.image().devicePixelRatio(), 2.0);
+        const QImage out = canvas.image();
+        EXPECT_EQ(out.devicePixelRatio(), 2.0);
+        int first = -1, last = -1; // the strongly red pixels of the row
+        for (int x = 0; x < out.width(); ++x) {
+            const QColor p = out.pixelColor(x, c.row);
+            if (p.red() > 200 && p.green() < 100) {
+                first = first < 0 ? x : first;
+                last = x;
+            }
+        }
+        EXPECT_NEAR(first, c.first, 1);
+        EXPECT_NEAR(last, c.last, 1);
     }
 }
 
 TEST(CanvasTools, CropResizeUndoAndPngKeepADenseImagesPixels)
 {
-    const QImage original = noise(200, 160, 7);
+    QImage original = noise(200, 160, 7);
+    original.setPixel(20, 40, qRgba(0, 0, 0, 0)); // transparency survives the PNG too
     // Points (10, 20)-(60, 50) are pixels (20, 40) to (120, 100).
     const QImage cut = original.copy(20, 40, 100, 60);
-    EditorCanvasModel canvas(dense(original, 2));
+    EditorCanvasModel canvas(dense(original));
     canvas.setTool(EditTool::crop);
-
     const struct {
         const char *name;
         std::function<void()> step;

@@ -49,19 +49,21 @@ TEST(PixelRunCodec, RoundTripsEveryPattern)
         ASSERT_TRUE(PixelRunCodec::decode(encoded, output.data(), output.size()));
         EXPECT_EQ(output, input);
         EXPECT_EQ(encoded.size() < input.size(), c.shrinks);
+        if (c.kind == "flat" && c.count > 1) {
+            EXPECT_LE(encoded.size(), 2u); // a flat tile costs a few words
+        }
     }
 }
 
 // A tile cut from a wider image: rows `stride` apart, runs carrying on from row to row.
 TEST(PixelRunCodec, RoundTripsStridedRows)
 {
-    struct Case {
+    const struct {
         std::string kind;
         size_t width, height, stride;
-    };
-    const Case cases[] = {{"flat", 7, 5, 19}, {"pairs", 16, 16, 40}, {"runs then noise", 128, 64, 128},
+    } cases[] = {{"flat", 7, 5, 19}, {"pairs", 16, 16, 40}, {"runs then noise", 128, 64, 128},
                           {"run flag value", 1, 9, 3}, {"run at end", 13, 4, 13}};
-    for (const Case &c : cases) {
+    for (const auto &c : cases) {
         SCOPED_TRACE(c.kind);
         const std::vector<uint32_t> image = pattern(c.kind, c.stride * c.height);
         const std::vector<uint32_t> encoded = PixelRunCodec::encode(image.data(), c.width, c.height, c.stride);
@@ -72,12 +74,6 @@ TEST(PixelRunCodec, RoundTripsStridedRows)
                 ASSERT_EQ(out[y * c.stride + x], x < c.width ? image[y * c.stride + x] : 0x12345678u)
                     << "at " << x << "," << y; // nothing written between the rows
     }
-}
-
-TEST(PixelRunCodec, FlatTileCostsAFewWords)
-{
-    const std::vector<uint32_t> input = pattern("flat", 128 * 128);
-    EXPECT_LE(PixelRunCodec::encode(input.data(), input.size()).size(), 2u);
 }
 
 TEST(PixelRunCodec, RejectsDataOfTheWrongLength)

@@ -39,13 +39,6 @@ protected:
         return box;
     }
 
-    static QFontMetricsF helvetica(int pixelSize)
-    {
-        QFont font(QStringLiteral("Helvetica"));
-        font.setPixelSize(pixelSize);
-        return QFontMetricsF(font);
-    }
-
     // A widget position of a point given in the floating image's own coordinates.
     static QPoint onOverlay(const EditableImageOverlayView *overlay, QPointF point)
     {
@@ -193,10 +186,11 @@ TEST_F(CanvasOverlaysTest, TextLandsAtTheBoxInImagePointsAtTheImagesDensity)
         EXPECT_EQ(canvas->image().devicePixelRatio(), c.density);
         const QRect ink = inkBounds(canvas->image(), isReddish);
         ASSERT_FALSE(ink.isEmpty());
-        // The text area is the box + (8, 42) in view points, divided by the zoom for image
-        // points; pixels are image points times the density.
+        // The text area is the box + (8, 42) view points, over the zoom; pixels are points × density.
         const QPointF area = (c.box.topLeft() + QPointF(8, 42)) / c.zoom;
-        const QFontMetricsF metrics = helvetica(c.fontSize);
+        QFont helvetica(QStringLiteral("Helvetica"));
+        helvetica.setPixelSize(c.fontSize);
+        const QFontMetricsF metrics(helvetica);
         const qreal top = area.y() + c.blankLinesAbove * metrics.lineSpacing() + metrics.ascent() - metrics.capHeight();
         EXPECT_GE(ink.left(), area.x() * c.density);
         EXPECT_LE(ink.left(), (area.x() + 6) * c.density);
@@ -237,6 +231,7 @@ TEST_F(CanvasOverlaysTest, TheTextToolOpensOneBoxStyledLikeTheCanvas)
     EXPECT_EQ(box->textView()->toPlainText(), EditableTextOverlayView::placeholderText);
     EXPECT_EQ(box->textView()->textCursor().selectedText(), EditableTextOverlayView::placeholderText);
     EXPECT_TRUE(box->textView()->hasFocus());
+    EXPECT_FALSE(model.canUndo());
 
     QTest::mouseClick(canvas.get(), Qt::LeftButton, {}, QPoint(600, 500));
     EXPECT_EQ(overlays->textOverlay(), box);

@@ -163,11 +163,4 @@ TEST(TextOverlayGeometry, TheTextLandsAtTheTextAreaDividedByTheZoom)
     EXPECT_EQ(Text::resizeHandleRect({300, 150}), QRectF(284, 134, 16, 16));
 }
 
-TEST(TextOverlayGeometry, ShownSizeFollowsTheZoomButNotBelowEight)
-{
-    EXPECT_EQ(Text::displayFontSize(32, 2), 64);
-    EXPECT_EQ(Text::displayFontSize(16, 0.25), 8);
-    EXPECT_EQ(Text::displayFontSize(48, 0.5), 24);
-}
-
 } // namespace

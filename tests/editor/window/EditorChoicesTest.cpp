@@ -4,7 +4,9 @@
 #include "editor/imaging/PastedImage.h"
 #include "editor/overlays/TextOverlayRendering.h"
 
-#include <QBuffer>
+#include "editor/EditorTestImages.h"
+
+#include <QFile>
 #include <QFontDatabase>
 #include <QFontInfo>
 #include <QImage>
@@ -14,6 +16,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -123,36 +126,31 @@ TEST(TextOverlayRendering, UnknownFamiliesFallBackToTheSystemFont)
 
 TEST(PastedImage, FindsTheFirstImageAClipboardEntryCarries)
 {
-    QImage red(4, 3, QImage::Format_RGB32);
-    red.fill(Qt::red);
-    QByteArray png;
-    {
-        QBuffer buffer(&png);
-        buffer.open(QIODevice::WriteOnly);
-        red.save(&buffer, "PNG");
-    }
     QTemporaryDir dir;
     const QString file = dir.filePath(QStringLiteral("photo.png"));
+    const QImage red = EditorTestImages::solid(4, 3, Qt::red);
     ASSERT_TRUE(red.save(file));
-
-    QMimeData asImage;
-    asImage.setImageData(red);
-    QMimeData asPng;
-    asPng.setData(QStringLiteral("image/png"), png);
-    QMimeData asFile;
-    asFile.setUrls({QUrl::fromLocalFile(file)});
-    QMimeData asText;
-    asText.setText(QStringLiteral("not a picture"));
-    QMimeData brokenPng;
-    brokenPng.setData(QStringLiteral("image/png"), QByteArray("\x89PNG broken"));
-
-    for (const QMimeData *data : {&asImage, &asPng, &asFile}) {
-        const QImage found = PastedImage::fromMimeData(*data);
-        ASSERT_EQ(found.size(), QSize(4, 3));
-        EXPECT_EQ(found.pixelColor(2, 1), QColor(Qt::red));
+    QFile saved(file);
+    ASSERT_TRUE(saved.open(QIODevice::ReadOnly));
+    const QByteArray png = saved.readAll();
+    const struct {
+        const char *name;
+        std::function<void(QMimeData &)> fill;
+        bool found;
+    } cases[] = {
+        {"image", [&](QMimeData &d) { d.setImageData(red); }, true},
+        {"png", [&](QMimeData &d) { d.setData(QStringLiteral("image/png"), png); }, true},
+        {"file", [&](QMimeData &d) { d.setUrls({QUrl::fromLocalFile(file)}); }, true},
+        {"text", [](QMimeData &d) { d.setText(QStringLiteral("not a picture")); }, false},
+        {"broken png", [](QMimeData &d) { d.setData(QStringLiteral("image/png"), "\x89PNG broken"); }, false},
+    };
+    for (const auto &c : cases) {
+        QMimeData data;
+        c.fill(data);
+        const QImage found = PastedImage::fromMimeData(data);
+        EXPECT_EQ(found.size(), c.found ? QSize(4, 3) : QSize(0, 0)) << c.name;
+        EXPECT_EQ(found.isNull() ? QColor() : found.pixelColor(2, 1), c.found ? QColor(Qt::red) : QColor()) << c.name;
     }
-    EXPECT_TRUE(PastedImage::fromMimeData(asText).isNull());
-    EXPECT_TRUE(PastedImage::fromMimeData(brokenPng).isNull());
 }
 
 } // namespace

@@ -1,3 +1,5 @@
+#include "editor/window/EditorWindowTestSupport.h"
+
 #include "editor/window/EditorIconShapes.h"
 #include "editor/window/EditorIcons.h"
 
@@ -6,6 +8,8 @@
 #include <QPixmap>
 
 #include <gtest/gtest.h>
+
+using EditorWindowTestSupport::inkBounds;
 
 namespace {
 
@@ -19,25 +23,6 @@ const char *const usedSymbols[] = {
     "plus.magnifyingglass", "arrow.up.left.and.arrow.down.right",
 };
 
-struct Ink {
-    int pixels = 0;
-    QRect bounds;
-};
-
-Ink inkOf(const QImage &image)
-{
-    Ink ink;
-    for (int y = 0; y < image.height(); ++y) {
-        for (int x = 0; x < image.width(); ++x) {
-            if (qAlpha(image.pixel(x, y)) > 64) {
-                ++ink.pixels;
-                ink.bounds |= QRect(x, y, 1, 1);
-            }
-        }
-    }
-    return ink;
-}
-
 TEST(EditorIcons, EverySymbolReadsAtButtonSizeAndOnHighDensityScreens)
 {
     for (const qreal scale : {1.0, 2.0}) {
@@ -48,12 +33,17 @@ TEST(EditorIcons, EverySymbolReadsAtButtonSizeAndOnHighDensityScreens)
             const QPixmap pixmap = icon.pixmap(QSize(18, 18), scale);
             EXPECT_EQ(pixmap.size(), QSize(18, 18) * scale) << name;
             const QImage image = pixmap.toImage().convertToFormat(QImage::Format_ARGB32);
-            const Ink ink = inkOf(image);
+            const auto solid = [](QRgb pixel) { return qAlpha(pixel) > 64; };
+            int ink = 0;
+            for (int y = 0; y < image.height(); ++y)
+                for (int x = 0; x < image.width(); ++x)
+                    ink += solid(image.pixel(x, y));
             // Something solid, spread over much of the square, and not a filled block.
             const int area = image.width() * image.height();
-            EXPECT_GT(ink.pixels, area / 20) << name << " at " << scale;
-            EXPECT_LT(ink.pixels, area * 3 / 4) << name << " at " << scale;
-            EXPECT_GE(std::max(ink.bounds.width(), ink.bounds.height()), image.width() / 2) << name;
+            EXPECT_GT(ink, area / 20) << name << " at " << scale;
+            EXPECT_LT(ink, area * 3 / 4) << name << " at " << scale;
+            const QRect bounds = inkBounds(image, solid);
+            EXPECT_GE(std::max(bounds.width(), bounds.height()), image.width() / 2) << name;
             for (int i = 0; i < drawn.size(); ++i)
                 EXPECT_NE(drawn[i], image) << name << " looks like " << usedSymbols[i];
             drawn.append(image);
@@ -66,17 +56,17 @@ TEST(EditorIcons, DisabledIconsAreFainterAndUnknownNamesEmpty)
     const QIcon icon = EditorIcons::icon(QStringLiteral("trash"));
     const QImage normal = icon.pixmap(QSize(24, 24), QIcon::Normal).toImage();
     const QImage disabled = icon.pixmap(QSize(24, 24), QIcon::Disabled).toImage();
-    int strongest = 0, strongestDisabled = 0;
-    for (int y = 0; y < 24; ++y) {
-        for (int x = 0; x < 24; ++x) {
-            strongest = std::max(strongest, qAlpha(normal.pixel(x, y)));
-            strongestDisabled = std::max(strongestDisabled, qAlpha(disabled.pixel(x, y)));
-        }
-    }
+    const auto strongest = [](const QImage &image) {
+        int alpha = 0;
+        for (int y = 0; y < image.height(); ++y)
+            for (int x = 0; x < image.width(); ++x)
+                alpha = std::max(alpha, qAlpha(image.pixel(x, y)));
+        return alpha;
+    };
     // Faded as a whole: where strokes cross it is no darker than elsewhere.
-    EXPECT_GT(strongest, 240);
-    EXPECT_LE(strongestDisabled, 92);
-    EXPECT_GT(strongestDisabled, 60);
+    EXPECT_GT(strongest(normal), 240);
+    EXPECT_LE(strongest(disabled), 92);
+    EXPECT_GT(strongest(disabled), 60);
     EXPECT_TRUE(EditorIcons::icon(QStringLiteral("no.such.symbol")).isNull());
     EXPECT_EQ(EditorIconShapes::names().size(), int(std::size(usedSymbols)));
 }

@@ -11,6 +11,8 @@
 #include <QString>
 #include <QWidget>
 
+#include <gmock/gmock.h>
+
 #include <functional>
 
 namespace EditorWindowTestSupport {
@@ -60,26 +62,10 @@ inline void drag(QWidget *widget, QPoint from, QPoint to, Qt::KeyboardModifiers 
     sendMouseAt(widget, QEvent::MouseButtonRelease, start + travel, Qt::NoButton, modifiers);
 }
 
-// File dialogues that answer with preset paths and remember what they were asked.
-class ScriptedFileChooser : public EditorFileChooser {
-public:
-    QString imageToInsert;
-    QString pngDestination;
-    int insertRequests = 0;
-    QString exportTitle;
-    QString exportProposedName;
-
-    QString chooseImageToInsert(QWidget *) override
-    {
-        ++insertRequests;
-        return imageToInsert;
-    }
-    QString choosePngDestination(QWidget *, const QString &title, const QString &proposedName) override
-    {
-        exportTitle = title;
-        exportProposedName = proposedName;
-        return pngDestination;
-    }
+// File dialogues whose answers each test scripts.
+struct MockFileChooser : EditorFileChooser {
+    MOCK_METHOD(QString, chooseImageToInsert, (QWidget *), (override));
+    MOCK_METHOD(QString, choosePngDestination, (QWidget *, const QString &, const QString &), (override));
 };
 
 } // namespace EditorWindowTestSupport

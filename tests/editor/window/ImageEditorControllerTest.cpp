@@ -31,6 +31,10 @@
 #include <vector>
 
 using namespace EditorWindowTestSupport;
+using testing::_;
+using testing::ElementsAre;
+using testing::Optional;
+using testing::Return;
 
 namespace {
 
@@ -41,7 +45,7 @@ protected:
         editor = std::make_unique<ImageEditorController>(image, nullptr, clipboard, [this](std::optional<QImage> edited) {
             results.push_back(std::move(edited));
         });
-        auto chooserOwned = std::make_unique<ScriptedFileChooser>();
+        auto chooserOwned = std::make_unique<testing::NiceMock<MockFileChooser>>();
         chooser = chooserOwned.get();
         editor->setFileChooser(std::move(chooserOwned));
         editor->window()->show();
@@ -62,7 +66,7 @@ protected:
 
     SystemClipboard clipboard;   // the offscreen platform's own
     std::unique_ptr<ImageEditorController> editor;
-    ScriptedFileChooser *chooser = nullptr;
+    MockFileChooser *chooser = nullptr;
     std::vector<std::optional<QImage>> results;
 };
 
@@ -71,8 +75,7 @@ TEST_F(EditorControllerTest, SavingCompletesOnceWithTheImageThenTheCloseIsQuiet)
     open(solid(300, 200, Qt::white));
     editor->overlays().addImageOverlay(solid(20, 20, Qt::black), QRectF(10, 10, 40, 40));
     editor->save();
-    ASSERT_EQ(results.size(), 1u);
-    ASSERT_TRUE(results[0].has_value());
+    ASSERT_THAT(results, ElementsAre(Optional(_)));
     // The floating image went in before the copy was taken.
     EXPECT_EQ(results[0]->size(), QSize(300, 200));
     EXPECT_EQ(results[0]->pixelColor(30, 30), QColor(Qt::black));
@@ -104,14 +107,10 @@ TEST_F(EditorControllerTest, CancelAndTheCloseButtonCompleteOnceWithNothing)
 
 TEST_F(EditorControllerTest, TheOpenerMayDropTheEditorFromItsCompletion)
 {
-    QPointer<ImageEditorWindow> window;
     int calls = 0;
     editor = std::make_unique<ImageEditorController>(solid(80, 60, Qt::white), nullptr, clipboard,
-                                                     [&](std::optional<QImage>) {
-                                                         ++calls;
-                                                         editor.reset();
-                                                     });
-    window = editor->window();
+                                                     [&](std::optional<QImage>) { ++calls; editor.reset(); });
+    const QPointer<ImageEditorWindow> window = editor->window();
     window->show();
     QTest::mouseClick(editor->toolBar().actionButton(EditorToolBar::Action::save), Qt::LeftButton);
     EXPECT_EQ(calls, 1);
@@ -193,10 +192,10 @@ TEST_F(EditorControllerTest, ToolButtonsShowExactlyTheChosenTool)
     open(solid(200, 100, Qt::white));
     const auto checked = [this] {
         QList<EditTool> on;
-        for (auto it = editor->toolBar().toolButtons().cbegin(); it != editor->toolBar().toolButtons().cend(); ++it) {
+        const auto &buttons = editor->toolBar().toolButtons();
+        for (auto it = buttons.cbegin(); it != buttons.cend(); ++it)
             if (it.value()->isChecked())
                 on.append(it.key());
-        }
         return on;
     };
     EXPECT_EQ(checked(), QList<EditTool>{EditTool::rectangle});
@@ -208,8 +207,8 @@ TEST_F(EditorControllerTest, ToolButtonsShowExactlyTheChosenTool)
     EXPECT_EQ(checked(), QList<EditTool>{EditTool::arrow});
 
     // The insertion tool with the dialogue cancelled: the previous tool stays.
+    EXPECT_CALL(*chooser, chooseImageToInsert).WillOnce(Return(QString()));
     QTest::mouseClick(editor->toolBar().toolButton(EditTool::insertImage), Qt::LeftButton);
-    EXPECT_EQ(chooser->insertRequests, 1);
     EXPECT_EQ(model().tool(), EditTool::arrow);
     EXPECT_EQ(checked(), QList<EditTool>{EditTool::arrow});
     EXPECT_EQ(editor->overlays().imageOverlay(), nullptr);
@@ -221,12 +220,12 @@ TEST_F(EditorControllerTest, AnImageFileFloatsAndLeavingTheToolAppliesIt)
 {
     open(solid(400, 300, Qt::white));
     QTemporaryDir dir;
-    chooser->imageToInsert = dir.filePath(QStringLiteral("unreadable.png"));
+    const QString stamp = dir.filePath(QStringLiteral("stamp.webp"));
+    EXPECT_CALL(*chooser, chooseImageToInsert).WillOnce(Return(dir.filePath("unreadable.png"))).WillOnce(Return(stamp));
     editor->selectTool(int(EditTool::insertImage));
     EXPECT_EQ(model().tool(), EditTool::rectangle);
 
-    chooser->imageToInsert = dir.filePath(QStringLiteral("stamp.webp"));
-    ASSERT_TRUE(solid(40, 40, Qt::blue).save(chooser->imageToInsert, "WEBP", 100));
+    ASSERT_TRUE(solid(40, 40, Qt::blue).save(stamp, "WEBP", 100));
     editor->selectTool(int(EditTool::insertImage));
     EXPECT_EQ(model().tool(), EditTool::insertImage);
     ASSERT_NE(editor->overlays().imageOverlay(), nullptr);
@@ -252,8 +251,7 @@ TEST_F(EditorControllerTest, ControlVInsertsTheClipboardImageControlCSaves)
     EXPECT_TRUE(editor->toolBar().toolButton(EditTool::insertImage)->isChecked());
 
     QTest::keyClick(&editor->canvas(), Qt::Key_C, Qt::ControlModifier);
-    ASSERT_EQ(results.size(), 1u);
-    ASSERT_TRUE(results[0].has_value());
+    ASSERT_THAT(results, ElementsAre(Optional(_)));
     EXPECT_EQ(results[0]->pixelColor(200, 150), QColor(Qt::green));
 }
 
@@ -326,19 +324,18 @@ TEST_F(EditorControllerTest, CopyKeepsTheEditorOpenAndExportWritesThePng)
     EXPECT_TRUE(results.empty());
 
     QTemporaryDir dir;
+    const QString out = dir.filePath(QStringLiteral("out.png")), nowhere = dir.filePath(QStringLiteral("no/dir/out.png"));
+    EXPECT_CALL(*chooser, choosePngDestination(_, QStringLiteral("Xuất ảnh PNG"), QStringLiteral("Vistrel-edited.png")))
+        .WillOnce(Return(QString())).WillOnce(Return(out)).WillOnce(Return(nowhere));
     editor->exportPNG();
-    EXPECT_EQ(chooser->exportTitle, QStringLiteral("Xuất ảnh PNG"));
-    EXPECT_EQ(chooser->exportProposedName, QStringLiteral("Vistrel-edited.png"));
-    chooser->pngDestination = dir.filePath(QStringLiteral("out.png"));
     editor->exportPNG();
-    const QImage written(chooser->pngDestination);
+    const QImage written(out);
     EXPECT_EQ(written.size(), QSize(120, 80));
     EXPECT_EQ(written.pixelColor(30, 40), QColor(Qt::red));
     EXPECT_EQ(written.pixelColor(90, 40), QColor(Qt::white));
 
-    chooser->pngDestination = dir.filePath(QStringLiteral("missing/folder/out.png"));
     editor->exportPNG();
-    EXPECT_FALSE(QFile::exists(chooser->pngDestination));
+    EXPECT_FALSE(QFile::exists(nowhere));
     EXPECT_TRUE(results.empty());
 }
 
@@ -370,8 +367,7 @@ TEST_F(EditorControllerTest, ADenseCaptureShowsItsPointSizeAndSavesItsPixels)
     editor->resetZoom();
     EXPECT_EQ(editor->canvas().size(), QSize(200, 100));
     editor->save();
-    ASSERT_EQ(results.size(), 1u);
-    ASSERT_TRUE(results[0].has_value());
+    ASSERT_THAT(results, ElementsAre(Optional(_)));
     EXPECT_EQ(results[0]->size(), QSize(400, 200));
     EXPECT_EQ(results[0]->devicePixelRatio(), 2.0);
 }
