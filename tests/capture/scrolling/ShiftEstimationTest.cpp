@@ -40,11 +40,7 @@ TEST(ShiftEstimation, VerticalShiftFindsSyntheticShifts)
     const cv::Mat page = syntheticPage(800, 3000);
     const cv::Mat periodic = periodicPage(400, 1200, 40);
     cv::Mat offsetPage = syntheticPage(600, 2000);
-    struct Case {
-        const char *name;
-        ScrollFrame a, b;
-        int expected;
-    } cases[] = {
+    struct Case { const char *name; ScrollFrame a, b; int expected; } cases[] = {
         {"small shift", pageWindow(page, 0, 600), pageWindow(page, 9, 600), 9},
         {"large shift", pageWindow(page, 100, 600), pageWindow(page, 450, 600), 350},
         {"full-height frames, coarse step 3", pageWindow(page, 0, 1080), pageWindow(page, 500, 1080), 500},
@@ -112,10 +108,7 @@ TEST(ShiftEstimation, WebOverlapSearchKeepsTheSmallerOfEqualShifts)
 TEST(ShiftEstimation, WebCascadeWithRealRegistrationMatchesSyntheticShifts)
 {
     const cv::Mat page = syntheticPage(1920, 4000);
-    struct Case {
-        const char *name;
-        int shift, header;
-    } cases[] = {
+    struct Case { const char *name; int shift, header; } cases[] = {
         {"one wheel step", 53, 0},
         {"just under the strip height", 350, 0},
         {"a burst larger than a strip", 424, 0},

@@ -126,11 +126,7 @@ TEST(ScrollingCaptureLoop, WebModeStopsAtItsCaps)
     // end it.
     cv::Mat page(62000, 200, CV_8UC4);
     cv::randu(page, cv::Scalar::all(0), cv::Scalar::all(256));
-    struct Case {
-        const char *name;
-        int viewport, rowsPerStep;
-        int height, frames;
-    } cases[] = {
+    struct Case { const char *name; int viewport, rowsPerStep; int height, frames; } cases[] = {
         // 400 + 187 × 320 = 60,240: the first total at or past 60,000 rows.
         {"60,000 rows", 400, 40, 60240, 188},
         // 200 bursts of 160 rows.
@@ -153,11 +149,7 @@ TEST(ScrollingCaptureLoop, ActivatesTheFrontmostOrdinaryWindowOfAnotherProcess)
     const OnScreenWindow elsewhere{20, WindowList::normalLayer, QRect(900, 0, 400, 400)};
     const OnScreenWindow browser{30, WindowList::normalLayer, QRect(100, 100, 1000, 800)};
     const OnScreenWindow behind{40, WindowList::normalLayer, QRect(0, 0, 1920, 1080)};
-    struct Case {
-        const char *name;
-        QList<OnScreenWindow> windows;
-        std::optional<qint64> pid;
-    } cases[] = {
+    struct Case { const char *name; QList<OnScreenWindow> windows; std::optional<qint64> pid; } cases[] = {
         {"skips docks, its own window and windows elsewhere", {dock, own, elsewhere, browser, behind}, 30},
         {"front to back: the first match wins", {behind, browser}, 40},
         {"only its own window", {own}, std::nullopt},
