@@ -11,11 +11,7 @@ namespace {
 // A page whose rows repeat every `period` rows, so several shifts fit equally well.
 cv::Mat periodicPage(int width, int height, int period)
 {
-    const cv::Mat tile = syntheticPage(width, period, 3);
-    cv::Mat page(height, width, CV_8UC4);
-    for (int y = 0; y < height; ++y)
-        tile.row(y % period).copyTo(page.row(y));
-    return page;
+    return cv::repeat(syntheticPage(width, period, 3), height / period + 1, 1).rowRange(0, height).clone();
 }
 
 // Scripted registration: strip answers in call order, then the whole frame's answer.
@@ -28,10 +24,7 @@ Registration scripted(QList<std::optional<Translation>> answers)
     };
 }
 
-std::optional<Translation> at(double y, float confidence = 1.0f, double x = 0.0)
-{
-    return Translation{x, y, confidence};
-}
+std::optional<Translation> at(double y, float confidence = 1.0f, double x = 0.0) { return Translation{x, y, confidence}; }
 
 } // namespace
 
