@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <memory>
-#include <vector>
 
 // Last: Xlib's macros (None, Bool, ...) clash with names in the headers above.
 #include <X11/Xlib.h>
@@ -13,45 +12,33 @@
 
 namespace {
 
-// A second client that paints the root window's background, as another program would.
+// A second client that paints the root window's background, as another program would:
+// pixel (x, y) is a colour made of x, y and the seed.
 class RootPainter {
 public:
-    RootPainter() : m_display(XOpenDisplay(qgetenv("DISPLAY").constData())) {}
-    ~RootPainter()
-    {
-        if (m_display)
-            XCloseDisplay(m_display);
-    }
+    ~RootPainter() { XCloseDisplay(m_display); }
+    QSize size() const { return {DisplayWidth(m_display, m_screen), DisplayHeight(m_display, m_screen)}; }
+    QRgb expected(int x, int y) const { return qRgb((x + m_seed) & 0xff, (y * 3) & 0xff, ((x >> 8) << 4 | (y >> 8)) & 0xff); }
 
-    // Fills the root with pixel(x, y) = a colour made of x, y and seed.
     void paint(int seed)
     {
-        const int screen = DefaultScreen(m_display);
-        const Window root = RootWindow(m_display, screen);
-        m_width = DisplayWidth(m_display, screen);
-        m_height = DisplayHeight(m_display, screen);
         m_seed = seed;
-        std::vector<quint32> pixels(size_t(m_width) * size_t(m_height));
-        for (int y = 0; y < m_height; ++y)
-            for (int x = 0; x < m_width; ++x)
-                pixels[size_t(y) * size_t(m_width) + size_t(x)] = expected(x, y) & 0xffffff;
-        XImage *image = XCreateImage(m_display, DefaultVisual(m_display, screen), 24, ZPixmap, 0,
-                                     reinterpret_cast<char *>(pixels.data()), unsigned(m_width),
-                                     unsigned(m_height), 32, 0);
-        const Pixmap pixmap = XCreatePixmap(m_display, root, unsigned(m_width), unsigned(m_height), 24);
-        XPutImage(m_display, pixmap, DefaultGC(m_display, screen), image, 0, 0, 0, 0,
-                  unsigned(m_width), unsigned(m_height));
-        image->data = nullptr;
-        XDestroyImage(image);
+        QImage image(size(), QImage::Format_RGB32);
+        for (int y = 0; y < image.height(); ++y)
+            for (int x = 0; x < image.width(); ++x)
+                image.setPixel(x, y, expected(x, y));
+        const Window root = RootWindow(m_display, m_screen);
+        const auto w = unsigned(image.width()), h = unsigned(image.height());
+        XImage *ximage = XCreateImage(m_display, DefaultVisual(m_display, m_screen), 24, ZPixmap, 0,
+                                      reinterpret_cast<char *>(image.bits()), w, h, 32, int(image.bytesPerLine()));
+        const Pixmap pixmap = XCreatePixmap(m_display, root, w, h, 24);
+        XPutImage(m_display, pixmap, DefaultGC(m_display, m_screen), ximage, 0, 0, 0, 0, w, h);
+        ximage->data = nullptr;   // the QImage owns the pixels
+        XDestroyImage(ximage);
         XSetWindowBackgroundPixmap(m_display, root, pixmap);
         XClearWindow(m_display, root);
         XFreePixmap(m_display, pixmap);
         XSync(m_display, False);
-    }
-
-    QRgb expected(int x, int y) const
-    {
-        return qRgb((x + m_seed) & 0xff, (y * 3) & 0xff, ((x >> 8) << 4 | (y >> 8)) & 0xff);
     }
 
     // Pixels of image that differ from the painted pattern.
@@ -64,11 +51,10 @@ public:
         return wrong;
     }
 
-    QSize size() const { return {m_width, m_height}; }
-
 private:
-    Display *m_display;
-    int m_width = 0, m_height = 0, m_seed = 0;
+    Display *m_display = XOpenDisplay(nullptr);
+    int m_screen = DefaultScreen(m_display);
+    int m_seed = 0;
 };
 
 TEST(XShmScreenGrabber, ReadsTheWholeScreenAtDevicePixels)
@@ -105,8 +91,7 @@ TEST(XShmScreenGrabber, HeldImagesKeepTheirPixelsAndMayOutliveTheGrabber)
     EXPECT_EQ(painter.mismatches(second), 0);
 
     // Once released, segments are reused rather than piling up.
-    first = QImage();
-    second = QImage();
+    first = second = QImage();
     QImage again;
     for (int seed = 3; seed < 6; ++seed) {
         painter.paint(seed);

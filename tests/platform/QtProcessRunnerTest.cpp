@@ -8,114 +8,75 @@
 
 namespace {
 
-TEST(QtProcessRunner, ReportsStartAndExitStatus)
+TEST(QtProcessRunner, RunsTheExactProgramAndReportsHowItEnded)
 {
-    struct Case {
+    const struct {
         const char *name;
         QString program;
         QStringList arguments;
         bool started;
         int exitCode;
-    };
-    const Case cases[] = {
-        {"success", QStringLiteral("/bin/true"), {}, true, 0},
-        {"exit status passed through", QStringLiteral("/bin/sh"), {QStringLiteral("-c"), QStringLiteral("exit 7")}, true, 7},
-        {"killed by a signal", QStringLiteral("/bin/sh"), {QStringLiteral("-c"), QStringLiteral("kill -KILL $$")}, true, -1},
-        {"missing program", QStringLiteral("/nonexistent/vistrel-tool"), {}, false, -1},
-        {"not executable", QStringLiteral("/etc/hostname"), {}, false, -1},
-        {"relative name is not looked up", QStringLiteral("true"), {}, false, -1},
+        QByteArray output;
+    } cases[] = {
+        {"success", "/bin/true", {}, true, 0, ""},
+        {"status and merged output", "/bin/sh", {"-c", "echo out; echo err >&2; exit 7"}, true, 7, "out\nerr\n"},
+        {"killed by a signal", "/bin/sh", {"-c", "kill -KILL $$"}, true, -1, ""},
+        {"arguments arrive whole", "/usr/bin/printf", {"[%s]", "two words", " $HOME; *", "", "ä\"'"}, true, 0,
+         "[two words][ $HOME; *][][ä\"']"},
+        // Several times a pipe's capacity: a runner that only reads at exit would hang.
+        {"chatty child", "/usr/bin/head", {"-c", "4000000", "/dev/zero"}, true, 0, QByteArray(4000000, '\0')},
+        {"missing program", "/nonexistent/vistrel-tool", {}, false, -1, ""},
+        {"not executable", "/etc/hostname", {}, false, -1, ""},
+        {"relative name is not looked up", "true", {}, false, -1, ""},
     };
     QtProcessRunner runner;
-    for (const Case &c : cases) {
+    for (const auto &c : cases) {
         SCOPED_TRACE(c.name);
         const ProcessResult result = runner.run(c.program, c.arguments);
         EXPECT_EQ(result.started, c.started);
-        if (c.started) {
-            EXPECT_EQ(result.exitCode, c.exitCode);
-        }
+        EXPECT_EQ(result.exitCode, c.exitCode);
+        EXPECT_EQ(result.output, c.output);
         EXPECT_EQ(result.succeeded(), c.started && c.exitCode == 0);
     }
 }
 
-TEST(QtProcessRunner, PassesArgumentsIntactAndMergesOutput)
-{
-    QtProcessRunner runner;
-    const ProcessResult printed = runner.run(
-        QStringLiteral("/usr/bin/printf"),
-        {QStringLiteral("[%s]"), QStringLiteral("two words"), QStringLiteral(" $HOME; *"),
-         QString(), QStringLiteral("ä\"'")});
-    EXPECT_EQ(printed.output, QByteArray("[two words][ $HOME; *][][ä\"']"));
-
-    const ProcessResult merged = runner.run(
-        QStringLiteral("/bin/sh"), {QStringLiteral("-c"), QStringLiteral("echo out; echo err >&2; exit 3")});
-    EXPECT_TRUE(merged.output.contains("out\n"));
-    EXPECT_TRUE(merged.output.contains("err\n"));
-    EXPECT_EQ(merged.exitCode, 3);
-}
-
-TEST(QtProcessRunner, ChattyChildDoesNotBlock)
-{
-    // Several times the pipe's capacity; a runner that only reads at exit would hang.
-    QtProcessRunner runner;
-    const ProcessResult result = runner.run(
-        QStringLiteral("/usr/bin/head"), {QStringLiteral("-c"), QStringLiteral("4000000"), QStringLiteral("/dev/zero")});
-    EXPECT_TRUE(result.succeeded());
-    EXPECT_EQ(result.output.size(), 4000000);
-}
-
-TEST(QtProcessRunner, StartsDetached)
+TEST(QtProcessRunner, StartsDetachedByAbsolutePathOnly)
 {
     QTemporaryDir dir;
-    ASSERT_TRUE(dir.isValid());
-    const QString marker = dir.filePath(QStringLiteral("started with space"));
+    const QString marker = dir.filePath("started with space");
     QtProcessRunner runner;
-    EXPECT_TRUE(runner.startDetached(QStringLiteral("/usr/bin/touch"), {marker}));
+    EXPECT_TRUE(runner.startDetached("/usr/bin/touch", {marker}));
     EXPECT_TRUE(QTest::qWaitFor([&] { return QFile::exists(marker); }, 5000));
-
-    EXPECT_FALSE(runner.startDetached(QStringLiteral("/nonexistent/vistrel-tool"), {}));
-    EXPECT_FALSE(runner.startDetached(QStringLiteral("touch"), {marker}));
+    EXPECT_FALSE(runner.startDetached("/nonexistent/vistrel-tool", {}));
+    EXPECT_FALSE(runner.startDetached("touch", {marker}));
 }
 
 TEST(QtProcessRunner, CompanionReadsEndOfFileHoweverWeLeave)
 {
     // The child writes down its session and what it read until end of file.
-    const QString script = QStringLiteral(
-        "cut -d' ' -f6 /proc/$$/stat > \"$1.session\"; cat > \"$1.tmp\"; mv \"$1.tmp\" \"$1\"");
-    const struct {
-        const char *name;
-        bool finish;
-        QByteArray read;
-    } cases[] = {
-        {"finished: a stop line, then end of file", true, "stop\n"},
-        {"handle dropped, as when we die: end of file alone", false, ""},
-    };
+    const QString script = "cut -d' ' -f6 /proc/$$/stat > \"$1.session\"; cat > \"$1.tmp\"; mv \"$1.tmp\" \"$1\"";
     QtProcessRunner runner;
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.name);
+    for (const bool finish : {true, false}) {
+        SCOPED_TRACE(finish ? "finished: a stop line, then end of file" : "dropped, as when we die: end of file");
         QTemporaryDir dir;
-        ASSERT_TRUE(dir.isValid());
-        const QString record = dir.filePath(QStringLiteral("read"));
-        auto companion = runner.startCompanion(QStringLiteral("/bin/sh"), {QStringLiteral("-c"), script,
-                                                                           QStringLiteral("sh"), record});
+        const QString record = dir.filePath("read");
+        auto companion = runner.startCompanion("/bin/sh", {"-c", script, "sh", record});
         ASSERT_TRUE(companion);
         EXPECT_TRUE(companion->isRunning());
-        if (c.finish) {
+        if (finish) {
             companion->finish();
             EXPECT_FALSE(companion->isRunning());
-        } else {
-            companion.reset();
         }
-        // Both ways wait for the child to exit.
-        QFile read(record);
+        companion.reset();   // either way waits for the child to exit
+        QFile read(record), session(record + ".session");
         ASSERT_TRUE(read.open(QIODevice::ReadOnly));
-        EXPECT_EQ(read.readAll(), c.read);
-        QFile session(record + QStringLiteral(".session"));
+        EXPECT_EQ(read.readAll(), finish ? "stop\n" : "");
         ASSERT_TRUE(session.open(QIODevice::ReadOnly));
         EXPECT_NE(session.readAll().trimmed().toLongLong(), qint64(getsid(0)))
             << "the companion shares our session, so a signal to our group would end it";
     }
-    EXPECT_FALSE(runner.startCompanion(QStringLiteral("sh"), {}));
-    EXPECT_FALSE(runner.startCompanion(QStringLiteral("/nonexistent/vistrel-keymap"), {}));
+    EXPECT_FALSE(runner.startCompanion("sh", {}));
+    EXPECT_FALSE(runner.startCompanion("/nonexistent/vistrel-keymap", {}));
 }
 
 } // namespace

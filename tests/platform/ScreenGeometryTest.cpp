@@ -36,11 +36,7 @@ TEST(ScreenGeometry, ChoosesTheScreenUnderThePointWithFallbacks)
 
 TEST(ScreenGeometry, CentresAWindowInTheAvailableArea)
 {
-    struct Case {
-        QSize window;
-        QRect available;
-        QPoint expected;
-    } cases[] = {
+    struct Case { QSize window; QRect available; QPoint expected; } cases[] = {
         {{800, 600}, {1920, 25, 1280, 775}, {2160, 112}},     // second screen, panel on top
         {{801, 601}, {0, 0, 1920, 1080}, {559, 239}},         // half pixels round down
         {{2000, 1200}, {0, 0, 1920, 1080}, {-40, -60}},       // bigger than the area

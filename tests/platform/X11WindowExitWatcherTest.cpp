@@ -8,7 +8,9 @@
 
 namespace {
 
-// This test plays the window manager from a second connection: a frame on the root with
+using std::chrono::milliseconds;
+
+// The test plays the window manager from a second connection: a frame on the root with
 // the client inside, unmapped only when the test says so.
 class X11WindowExitWatcherTest : public ::testing::Test {
 protected:
@@ -24,77 +26,61 @@ protected:
     }
 
     // A round trip: the server has carried out every request this connection sent.
-    void sync()
-    {
-        free(xcb_get_input_focus_reply(manager.connection(), xcb_get_input_focus(manager.connection()), nullptr));
-    }
-
+    void sync() { free(xcb_get_input_focus_reply(c, xcb_get_input_focus(c), nullptr)); }
     xcb_window_t window(xcb_window_t parent)
     {
-        xcb_connection_t *c = manager.connection();
         const xcb_window_t id = xcb_generate_id(c);
-        xcb_create_window(c, XCB_COPY_FROM_PARENT, id, parent, 10, 10, 200, 100, 0,
-                          XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, 0, nullptr);
+        xcb_create_window(c, XCB_COPY_FROM_PARENT, id, parent, 10, 10, 200, 100, 0, XCB_WINDOW_CLASS_INPUT_OUTPUT,
+                          XCB_COPY_FROM_PARENT, 0, nullptr);
         xcb_map_window(c, id);
         return id;
     }
-
-    void unmapFrame()
+    void unmap(xcb_window_t window)
     {
-        xcb_unmap_window(manager.connection(), frame);
-        xcb_flush(manager.connection());
+        xcb_unmap_window(c, window);
+        sync();
     }
-
-    void start(std::chrono::milliseconds timeout)
+    void leaveAndWait(milliseconds timeout)
     {
+        watcher->leaving(WId(client));
         watcher->whenGone(timeout, [this] { ++finished; });
     }
-    bool finishedWithin(int ms)
-    {
-        return QTest::qWaitFor([this] { return finished > 0; }, ms);
-    }
+    bool finishedWithin(int ms) { return QTest::qWaitFor([this] { return finished > 0; }, ms); }
 
-    TestDisplay manager{QString::fromLocal8Bit(qgetenv("DISPLAY"))};
+    TestDisplay manager;
+    xcb_connection_t *c = manager.connection();
     std::unique_ptr<X11WindowExitWatcher> watcher;
-    xcb_window_t frame = XCB_WINDOW_NONE;
-    xcb_window_t client = XCB_WINDOW_NONE;
+    xcb_window_t frame = XCB_WINDOW_NONE, client = XCB_WINDOW_NONE;
     int finished = 0;
 };
 
 TEST_F(X11WindowExitWatcherTest, WaitsForTheFrameThenLetsGo)
 {
-    // The app has hidden its window; the frame around it is still up.
-    xcb_unmap_window(manager.connection(), client);
-    sync();
-    watcher->leaving(WId(client));
-    start(std::chrono::milliseconds(2000));
-    // The manager has not taken the frame down yet: nothing may be frozen.
+    unmap(client);   // the app has hidden its window; the frame around it is still up
+    leaveAndWait(milliseconds(2000));
     EXPECT_FALSE(finishedWithin(150));
-    unmapFrame();
+    unmap(frame);
     EXPECT_TRUE(finishedWithin(500));
     EXPECT_EQ(finished, 1);
 }
 
 TEST_F(X11WindowExitWatcherTest, AManagerThatNeverAnswersHoldsUpOnlyUntilTheTimeout)
 {
-    watcher->leaving(WId(client));
     QElapsedTimer clock;
     clock.start();
-    start(std::chrono::milliseconds(300));
+    leaveAndWait(milliseconds(300));
     ASSERT_TRUE(finishedWithin(3000));
     EXPECT_GE(clock.elapsed(), 290);
     // What it gave up on is forgotten: the next capture is not held up by it.
     finished = 0;
-    start(std::chrono::milliseconds(300));
+    watcher->whenGone(milliseconds(300), [this] { ++finished; });
     EXPECT_TRUE(finishedWithin(150));
 }
 
 TEST_F(X11WindowExitWatcherTest, AWindowAlreadyUnframedIsNotWaitedFor)
 {
-    unmapFrame();
-    sync();
-    watcher->leaving(WId(client));
-    start(std::chrono::milliseconds(2000));
+    unmap(frame);
+    leaveAndWait(milliseconds(2000));
     EXPECT_TRUE(finishedWithin(150));
 }
 

@@ -10,26 +10,21 @@ namespace {
 TEST(CaptureService, SavesCopiesRecordsAndReportsAScreenshot)
 {
     CaptureRig rig;
-    // A 100 × 50 point region cut at scale 2.
-    QImage image = coordinateImage({200, 100});
+    QImage image = coordinateImage({200, 100});   // a 100 × 50 point region cut at scale 2
     image.setDevicePixelRatio(2.0);
     const auto path = rig.service.saveScreenshot(image);
     ASSERT_TRUE(path);
-
     const QFileInfo file(*path);
     EXPECT_EQ(file.absolutePath(), QDir(rig.desktop()).absolutePath());
     EXPECT_TRUE(QRegularExpression("^Screenshot_\\d{4}-\\d\\d-\\d\\d_\\d\\d-\\d\\d-\\d\\d\\.png$")
                     .match(file.fileName()).hasMatch()) << file.fileName().toStdString();
-    QImage written;
-    ASSERT_TRUE(written.load(*path, "PNG"));
-    EXPECT_EQ(written.convertToFormat(QImage::Format_RGB32), image);
+    EXPECT_EQ(QImage(*path, "PNG").convertToFormat(QImage::Format_RGB32), image);
 
-    ASSERT_EQ(rig.clipboard.entries.size(), 1u);
     QFile bytes(*path);
     ASSERT_TRUE(bytes.open(QIODevice::ReadOnly));
+    ASSERT_EQ(rig.clipboard.entries.size(), 1u);
     EXPECT_EQ(rig.clipboard.entries[0]->data("image/png"), bytes.readAll());
     EXPECT_TRUE(rig.clipboard.entries[0]->hasFormat("image/tiff"));
-
     const QList<CaptureItem> rows = rig.database.recent();
     ASSERT_EQ(rows.size(), 1);
     EXPECT_EQ(rows[0].kind, CaptureKind::screenshot);
@@ -47,11 +42,9 @@ TEST(CaptureService, SavesCopiesRecordsAndReportsAScreenshot)
 TEST(CaptureService, AFailedWriteLeavesNoTrace)
 {
     CaptureRig rig;
-    // The Desktop cannot be created because a file is in its way.
-    QFile blocker(rig.desktop());
+    QFile blocker(rig.desktop());   // a file where the Desktop folder should be
     ASSERT_TRUE(blocker.open(QIODevice::WriteOnly));
     blocker.close();
-
     EXPECT_FALSE(rig.service.saveScreenshot(coordinateImage({10, 10})));
     EXPECT_FALSE(rig.service.replaceScreenshot(coordinateImage({10, 10}), rig.desktop() + "/x.png"));
     EXPECT_TRUE(rig.clipboard.entries.empty());

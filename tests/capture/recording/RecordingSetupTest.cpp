@@ -12,12 +12,7 @@ namespace {
 
 TEST(RecordingSetup, RegionBecomesSourceAndEvenOutputNeverEnlarged)
 {
-    const struct {
-        QRectF region, frame;
-        qreal ratio;
-        QRect source;
-        QSize output;
-    } table[] = {
+    const struct { QRectF region, frame; qreal ratio; QRect source; QSize output; } cases[] = {
         {{100, 50, 1000, 500}, {0, 0, 1920, 1080}, 1.0, {100, 50, 1000, 500}, {1000, 500}},
         {{0, 0, 101, 51}, {0, 0, 1920, 1080}, 1.0, {0, 0, 101, 51}, {100, 50}},
         // 5000 × 3000 shrinks by 0.72 to fit 3840 × 2160.
@@ -32,57 +27,47 @@ TEST(RecordingSetup, RegionBecomesSourceAndEvenOutputNeverEnlarged)
         // A region reaching past the screen's edge is clipped to it.
         {{1800, 1000, 300, 200}, {0, 0, 1920, 1080}, 1.0, {1800, 1000, 120, 80}, {120, 80}},
     };
-    for (const auto &row : table) {
-        const StreamConfiguration c = RecordingSetup::streamConfiguration(row.region, row.frame, row.ratio);
-        EXPECT_EQ(c.sourceRect, row.source) << row.region.width() << "x" << row.region.height();
-        EXPECT_EQ(c.outputSize, row.output) << row.region.width() << "x" << row.region.height();
-        EXPECT_EQ(c.framesPerSecond, 30);
-        EXPECT_EQ(c.sampleRate, 48000);
-        EXPECT_EQ(c.channelCount, 2);
+    for (const auto &c : cases) {
+        const StreamConfiguration s = RecordingSetup::streamConfiguration(c.region, c.frame, c.ratio);
+        EXPECT_EQ(std::tuple(s.sourceRect, s.outputSize, s.framesPerSecond, s.sampleRate, s.channelCount),
+                  std::tuple(c.source, c.output, 30, 48000, 2)) << c.region.width() << "x" << c.region.height();
     }
 }
 
 TEST(RecordingHUD, ClockReadsMinutesAndSecondsPastAnHour)
 {
-    const struct { qint64 seconds; const char *text; } table[] = {
+    const struct { qint64 seconds; const char *text; } cases[] = {
         {0, "00:00"}, {1, "00:01"}, {59, "00:59"}, {60, "01:00"}, {3599, "59:59"}, {4500, "75:00"}, {6001, "100:01"},
     };
-    for (const auto &row : table)
-        EXPECT_EQ(RecordingHUDController::elapsedText(row.seconds), QString(row.text));
+    for (const auto &c : cases)
+        EXPECT_EQ(RecordingHUDController::elapsedText(c.seconds), c.text);
 }
 
 TEST(InterruptedRecordings, FinishesMarkedFilesKeepsOthersAndRetriesFailures)
 {
     QTemporaryDir dir;
-    const auto touch = [&](const QString &name) {
-        QFile f(dir.filePath(name));
+    const QString playable = dir.filePath("Recording_a.mp4"), empty = dir.filePath("Recording_b.mp4"),
+                  stuck = dir.filePath("Recording_c.mp4"), unmarked = dir.filePath("Recording_d.mp4"),
+                  gone = dir.filePath("Recording_gone.mp4");
+    for (const QString &path : {playable, empty, stuck, unmarked}) {
+        QFile f(path);
         ASSERT_TRUE(f.open(QIODevice::WriteOnly));
         f.write("x");
-    };
-    const QString playable = dir.filePath("Recording_a.mp4");
-    const QString empty = dir.filePath("Recording_b.mp4");
-    const QString stuck = dir.filePath("Recording_c.mp4");
-    const QString finished = dir.filePath("Recording_d.mp4");
-    for (const QString &path : {playable, empty, stuck, finished})
-        touch(QFileInfo(path).fileName());
-    for (const QString &path : {playable, empty, stuck})
+    }
+    for (const QString &path : {playable, empty, stuck, gone})
         InterruptedRecordings::begin(path);
-    InterruptedRecordings::begin(dir.filePath("Recording_gone.mp4"));
-
     FakeRecordingBackend backend;
-    backend.recoveries = {{playable, RecordingBackend::Recovery::finished},
-                          {stuck, RecordingBackend::Recovery::failed}};
+    backend.recoveries = {{playable, RecordingBackend::Recovery::finished}, {stuck, RecordingBackend::Recovery::failed}};
     EXPECT_EQ(InterruptedRecordings::recover(dir.path(), backend), QStringList{playable});
 
     const struct { QString path; bool file, marker; } expected[] = {
-        {playable, true, false}, {empty, false, false}, {stuck, true, true}, {finished, true, false},
-        {dir.filePath("Recording_gone.mp4"), false, false},
+        {playable, true, false}, {empty, false, false}, {stuck, true, true}, {unmarked, true, false}, {gone, false, false},
     };
-    for (const auto &row : expected) {
-        EXPECT_EQ(QFile::exists(row.path), row.file) << row.path.toStdString();
-        EXPECT_EQ(QFile::exists(InterruptedRecordings::markerPath(row.path)), row.marker) << row.path.toStdString();
+    for (const auto &e : expected) {
+        EXPECT_EQ(QFile::exists(e.path), e.file) << e.path.toStdString();
+        EXPECT_EQ(QFile::exists(InterruptedRecordings::markerPath(e.path)), e.marker) << e.path.toStdString();
     }
-    EXPECT_FALSE(backend.finishedInterrupted.contains(finished));
+    EXPECT_FALSE(backend.finishedInterrupted.contains(unmarked));
 }
 
 } // namespace

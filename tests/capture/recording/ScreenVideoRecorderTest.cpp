@@ -85,12 +85,10 @@ TEST_P(ScreenVideoRecorderTest, DeliversOneResult)
     const Case &c = GetParam();
     FakeRecordingBackend backend;
     backend.writerScript = c.writer;
-    auto pipeline = std::get<RecordingPipeline>(backend.create({}, "/tmp/out.mp4"));
-    backend.stream->holdStops = c.holdStops;
-    backend.stream->stopError = c.stopError;
+    ScreenVideoRecorder recorder(std::get<RecordingPipeline>(backend.create({}, "/tmp/out.mp4")), "/tmp/out.mp4");
     FakeCaptureStream *stream = backend.stream;
-    FakeMediaWriter *writer = backend.writer;
-    ScreenVideoRecorder recorder(std::move(pipeline), "/tmp/out.mp4");
+    stream->holdStops = c.holdStops;
+    stream->stopError = c.stopError;
 
     std::vector<ScreenVideoRecorder::Result> results;
     ASSERT_FALSE(recorder.start([&](const ScreenVideoRecorder::Result &r) { results.push_back(r); }));
@@ -116,11 +114,9 @@ TEST_P(ScreenVideoRecorderTest, DeliversOneResult)
     QTest::qWait(50);
     ASSERT_EQ(results.size(), 1u) << c.name;
 
-    const auto expected = std::holds_alternative<QString>(c.expected)
-                              ? ScreenVideoRecorder::Result(QString("/tmp/out.mp4"))
-                              : ScreenVideoRecorder::Result(std::get<RecordingError>(c.expected));
-    EXPECT_EQ(results.front(), expected) << c.name;
-    EXPECT_EQ(writer->log(), c.log) << c.name;
+    EXPECT_EQ(results.front(), std::holds_alternative<QString>(c.expected) ? ScreenVideoRecorder::Result("/tmp/out.mp4") : c.expected)
+        << c.name;
+    EXPECT_EQ(backend.writer->log(), c.log) << c.name;
     EXPECT_EQ(stream->stopRequests, c.stopRequests) << c.name;
 }
 
@@ -148,12 +144,8 @@ TEST(ScreenVideoRecorder, ErrorTextsAndDomains)
         {ScreenVideoRecorder::noFrame, "Vistrel", "Video chưa nhận được khung hình. Hãy quay ít nhất 1 giây."},
         {ScreenVideoRecorder::finishFailed, "Vistrel", "Không thể hoàn tất tệp video"},
     };
-    for (const auto &row : table) {
-        const RecordingError e = ScreenVideoRecorder::error(row.code);
-        EXPECT_EQ(e.code, int(row.code));
-        EXPECT_EQ(e.domain, QString::fromUtf8(row.domain));
-        EXPECT_EQ(e.description, QString::fromUtf8(row.text));
-    }
+    for (const auto &row : table)
+        EXPECT_EQ(ScreenVideoRecorder::error(row.code), (RecordingError{row.domain, int(row.code), row.text})) << row.text;
 }
 
 void PrintTo(const Case &c, std::ostream *os) { *os << c.name; }

@@ -6,20 +6,10 @@
 
 namespace {
 
-struct RegionCase {
-    const char *name;
-    QRectF selection;
-    QRectF frame;
-    QSize image;
-    std::optional<QRect> pixels;
-    QSizeF pointSize;
-};
-
 TEST(ScreenshotCrop, MapsSelectionsToWholeDevicePixels)
 {
-    const QRectF hd(0, 0, 1920, 1080);
-    const QRectF second(1920, 0, 1280, 800);
-    const RegionCase cases[] = {
+    const QRectF hd(0, 0, 1920, 1080), second(1920, 0, 1280, 800);
+    const struct { const char *name; QRectF selection, frame; QSize image; std::optional<QRect> pixels; QSizeF pointSize; } cases[] = {
         {"scale 2 doubles every side", {100, 50, 100, 50}, hd, {3840, 2160}, QRect(200, 100, 200, 100), {100, 50}},
         {"second screen is offset", {2020, 10, 30, 40}, second, {2560, 1600}, QRect(200, 20, 60, 80), {30, 40}},
         {"scale 1.5 whole", {10, 10, 100, 50}, hd, {2880, 1620}, QRect(15, 15, 150, 75), {100, 50}},
@@ -34,7 +24,7 @@ TEST(ScreenshotCrop, MapsSelectionsToWholeDevicePixels)
         {"thinner than a point after clipping", {1919.5, 10, 50, 50}, hd, {1920, 1080}, std::nullopt, {}},
         {"empty image", {10, 10, 50, 50}, hd, {0, 0}, std::nullopt, {}},
     };
-    for (const RegionCase &c : cases) {
+    for (const auto &c : cases) {
         const auto region = ScreenshotCrop::pixelRegion(c.selection, c.frame, c.image);
         ASSERT_EQ(region.has_value(), c.pixels.has_value()) << c.name;
         if (!region)

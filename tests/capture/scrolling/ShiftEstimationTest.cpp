@@ -11,11 +11,7 @@ namespace {
 // A page whose rows repeat every `period` rows, so several shifts fit equally well.
 cv::Mat periodicPage(int width, int height, int period)
 {
-    const cv::Mat tile = syntheticPage(width, period, 3);
-    cv::Mat page(height, width, CV_8UC4);
-    for (int y = 0; y < height; ++y)
-        tile.row(y % period).copyTo(page.row(y));
-    return page;
+    return cv::repeat(syntheticPage(width, period, 3), height / period + 1, 1).rowRange(0, height).clone();
 }
 
 // Scripted registration: strip answers in call order, then the whole frame's answer.
@@ -28,10 +24,7 @@ Registration scripted(QList<std::optional<Translation>> answers)
     };
 }
 
-std::optional<Translation> at(double y, float confidence = 1.0f, double x = 0.0)
-{
-    return Translation{x, y, confidence};
-}
+std::optional<Translation> at(double y, float confidence = 1.0f, double x = 0.0) { return Translation{x, y, confidence}; }
 
 } // namespace
 
@@ -40,11 +33,7 @@ TEST(ShiftEstimation, VerticalShiftFindsSyntheticShifts)
     const cv::Mat page = syntheticPage(800, 3000);
     const cv::Mat periodic = periodicPage(400, 1200, 40);
     cv::Mat offsetPage = syntheticPage(600, 2000);
-    struct Case {
-        const char *name;
-        ScrollFrame a, b;
-        int expected;
-    } cases[] = {
+    struct Case { const char *name; ScrollFrame a, b; int expected; } cases[] = {
         {"small shift", pageWindow(page, 0, 600), pageWindow(page, 9, 600), 9},
         {"large shift", pageWindow(page, 100, 600), pageWindow(page, 450, 600), 350},
         {"full-height frames, coarse step 3", pageWindow(page, 0, 1080), pageWindow(page, 500, 1080), 500},
@@ -112,10 +101,7 @@ TEST(ShiftEstimation, WebOverlapSearchKeepsTheSmallerOfEqualShifts)
 TEST(ShiftEstimation, WebCascadeWithRealRegistrationMatchesSyntheticShifts)
 {
     const cv::Mat page = syntheticPage(1920, 4000);
-    struct Case {
-        const char *name;
-        int shift, header;
-    } cases[] = {
+    struct Case { const char *name; int shift, header; } cases[] = {
         {"one wheel step", 53, 0},
         {"just under the strip height", 350, 0},
         {"a burst larger than a strip", 424, 0},

@@ -48,13 +48,7 @@ QList<std::pair<int, int>> run(int frame, int firstRow, int count)
 TEST(Stitching, LaysOutRowsFromTheRightFrames)
 {
     using Rows = QList<std::pair<int, int>>;
-    struct Case {
-        const char *name;
-        bool manual;
-        int frames, footerFrom;
-        QList<int> shifts;
-        Rows expected;
-    } cases[] = {
+    struct Case { const char *name; bool manual; int frames, footerFrom; QList<int> shifts; Rows expected; } cases[] = {
         {"web: bottom rows of each frame", false, 3, 100, {30, 40}, run(0, 0, 100) + run(1, 70, 30) + run(2, 60, 40)},
         {"web ignores a footer", false, 3, 88, {30, 40}, run(0, 0, 100) + run(1, 70, 30) + run(2, 60, 40)},
         {"manual: 12-row footer once at the bottom", true, 3, 88, {30, 40},
@@ -98,12 +92,7 @@ TEST(Stitching, PresentsTheResultAtTheRegionsLogicalWidth)
 TEST(Stitching, StreamingStitcherGivesTheReferenceImage)
 {
     const cv::Mat page = syntheticPage(320, 6000);
-    struct Case {
-        const char *name;
-        ScrollStitcher::Mode mode;
-        int footer;
-        QList<int> shifts;
-    } cases[] = {
+    struct Case { const char *name; ScrollStitcher::Mode mode; int footer; QList<int> shifts; } cases[] = {
         {"web, even bursts", ScrollStitcher::Mode::web, 0, {120, 120, 120, 120, 60}},
         {"web, uneven, one full frame", ScrollStitcher::Mode::web, 30, {5, 240, 17, 200, 1}},
         {"manual, fixed footer", ScrollStitcher::Mode::manual, 30, {40, 8, 180, 90, 90, 12}},

@@ -4,7 +4,6 @@
 
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
-#include <cstring>
 
 // A tall RGBA "web page" drawn with OpenCV: lines of text, coloured blocks and pictures
 // of noise, so that any two places of it look different. Frames are windows onto it.
@@ -42,10 +41,8 @@ inline cv::Mat syntheticPage(int width, int height, unsigned seed = 7)
 
 inline ScrollFrame frameOf(const cv::Mat &rgba)
 {
-    ScrollFrame f{rgba.cols, rgba.rows, QByteArray(qsizetype(rgba.total() * 4), Qt::Uninitialized)};
-    for (int y = 0; y < rgba.rows; ++y)
-        std::memcpy(f.pixels.data() + qsizetype(y) * rgba.cols * 4, rgba.ptr(y), size_t(rgba.cols) * 4);
-    return f;
+    const cv::Mat packed = rgba.isContinuous() ? rgba : rgba.clone();
+    return {packed.cols, packed.rows, QByteArray(reinterpret_cast<const char *>(packed.data), qsizetype(packed.total() * 4))};
 }
 
 // The window of `height` rows at `top`, with the page's first headerRows pinned on top

@@ -9,10 +9,7 @@ using namespace ScrollingCapture;
 TEST(TranslationRegistration, ReportsContentMovingUpAsPositiveYWithHighConfidence)
 {
     const cv::Mat page = syntheticPage(1920, 4000);
-    struct Case {
-        const char *name;
-        int height, shift;
-    } cases[] = {
+    struct Case { const char *name; int height, shift; } cases[] = {
         {"strip, small", 360, 12},
         {"strip, 200 rows", 360, 200},
         {"strip, 250 rows", 360, 250},

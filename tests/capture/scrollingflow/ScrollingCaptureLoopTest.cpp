@@ -10,47 +10,32 @@ using namespace std::chrono_literals;
 namespace {
 
 // A page in a viewport: wheel steps move it by a fixed number of rows until its end; the
-// user's hand (manual mode) moves it by a scripted amount before given polls.
-class ScriptedPage : public ScrollCaptureSteps {
-public:
-    ScriptedPage(cv::Mat page, int viewport, int rowsPerStep) : m_page(std::move(page)), m_viewport(viewport), m_step(rowsPerStep) {}
+// user's hand (manual mode) moves it by a scripted amount before given polls. Unset
+// scripts never fire.
+struct ScriptedPage : ScrollCaptureSteps {
+    ScriptedPage(cv::Mat page, int viewport, int rowsPerStep) : page(std::move(page)), viewport(viewport), step(rowsPerStep) {}
 
-    int grabs = 0;
-    int wheelSteps = 0;
-    int prepared = 0;
-    QList<std::pair<int, bool>> reports;
-    std::function<bool(int grabs)> escapeAt = [](int) { return false; };
-    std::function<bool(int grabs)> returnAt = [](int) { return false; };
-    std::function<int(int grabs)> handScroll = [](int) { return 0; };
-    std::function<bool(int grabs)> grabFailsAt = [](int) { return false; };
-    QList<ScrollFrame> kept;   // what the reference stitchers are given
-
-    void prepare() override { ++prepared; }
     std::optional<ScrollFrame> grabFrame() override
     {
-        moveBy(handScroll(grabs));
-        if (grabFailsAt(grabs++))
+        moveBy(handScroll ? handScroll(grabs) : 0);
+        if (const int n = grabs++; grabFailsAt && grabFailsAt(n))
             return std::nullopt;
-        return pageWindow(m_page, m_top, m_viewport);
+        return pageWindow(page, top, viewport);
     }
-    void scrollLineDown() override
-    {
-        ++wheelSteps;
-        moveBy(m_step);
-    }
-    bool isEscapeHeld() override { return escapeAt(grabs); }
-    bool isReturnHeld() override { return returnAt(grabs); }
+    void scrollLineDown() override { ++wheelSteps; moveBy(step); }
+    void moveBy(int rows) { top = std::clamp(top + rows, 0, page.rows - viewport); }
+    void prepare() override { ++prepared; }
+    bool isEscapeHeld() override { return escapeAt && escapeAt(grabs); }
+    bool isReturnHeld() override { return returnAt && returnAt(grabs); }
     void sleep(std::chrono::milliseconds) override {}
     void block(std::chrono::microseconds) override {}
     void frameKept(int count, bool manual) override { reports.append({count, manual}); }
 
-private:
-    void moveBy(int rows) { m_top = std::clamp(m_top + rows, 0, m_page.rows - m_viewport); }
-
-    cv::Mat m_page;
-    int m_viewport;
-    int m_step;
-    int m_top = 0;
+    cv::Mat page;
+    int viewport, step, top = 0, grabs = 0, wheelSteps = 0, prepared = 0;
+    QList<std::pair<int, bool>> reports;
+    std::function<bool(int grabs)> escapeAt, returnAt, grabFailsAt;
+    std::function<int(int grabs)> handScroll;
 };
 
 } // namespace
@@ -102,14 +87,7 @@ TEST(ScrollingCaptureLoop, EndsAndCancelsWhereItShould)
     };
     for (const Case &c : cases) {
         ScriptedPage steps(page(cv::Rect(0, 0, 300, c.pageRows)).clone(), 300, 20);
-        if (c.escape)
-            steps.escapeAt = c.escape;
-        if (c.enter)
-            steps.returnAt = c.enter;
-        if (c.grabFails)
-            steps.grabFailsAt = c.grabFails;
-        if (c.hand)
-            steps.handScroll = c.hand;
+        std::tie(steps.escapeAt, steps.returnAt, steps.grabFailsAt, steps.handScroll) = std::tie(c.escape, c.enter, c.grabFails, c.hand);
         const auto image = ScrollingCaptureLoop::capture(steps, c.web, 300);
         EXPECT_EQ(image.has_value(), c.image) << c.name;
         EXPECT_EQ(steps.reports.size(), c.frames) << c.name;
@@ -126,11 +104,7 @@ TEST(ScrollingCaptureLoop, WebModeStopsAtItsCaps)
     // end it.
     cv::Mat page(62000, 200, CV_8UC4);
     cv::randu(page, cv::Scalar::all(0), cv::Scalar::all(256));
-    struct Case {
-        const char *name;
-        int viewport, rowsPerStep;
-        int height, frames;
-    } cases[] = {
+    struct Case { const char *name; int viewport, rowsPerStep; int height, frames; } cases[] = {
         // 400 + 187 × 320 = 60,240: the first total at or past 60,000 rows.
         {"60,000 rows", 400, 40, 60240, 188},
         // 200 bursts of 160 rows.
@@ -153,11 +127,7 @@ TEST(ScrollingCaptureLoop, ActivatesTheFrontmostOrdinaryWindowOfAnotherProcess)
     const OnScreenWindow elsewhere{20, WindowList::normalLayer, QRect(900, 0, 400, 400)};
     const OnScreenWindow browser{30, WindowList::normalLayer, QRect(100, 100, 1000, 800)};
     const OnScreenWindow behind{40, WindowList::normalLayer, QRect(0, 0, 1920, 1080)};
-    struct Case {
-        const char *name;
-        QList<OnScreenWindow> windows;
-        std::optional<qint64> pid;
-    } cases[] = {
+    struct Case { const char *name; QList<OnScreenWindow> windows; std::optional<qint64> pid; } cases[] = {
         {"skips docks, its own window and windows elsewhere", {dock, own, elsewhere, browser, behind}, 30},
         {"front to back: the first match wins", {behind, browser}, 40},
         {"only its own window", {own}, std::nullopt},

@@ -9,22 +9,11 @@ namespace {
 
 const QRgb frozenColour = qRgb(200, 100, 50);
 
-// Source-over of black at alpha/255 on c, as the raster engine does it (±2).
+// Source-over of black at alpha/255 on c, as the raster engine does it.
 QRgb darkened(QRgb c, int alpha)
 {
     const double keep = 1.0 - alpha / 255.0;
     return qRgb(int(qRed(c) * keep + 0.5), int(qGreen(c) * keep + 0.5), int(qBlue(c) * keep + 0.5));
-}
-
-::testing::AssertionResult near(QRgb actual, QRgb expected)
-{
-    const int d = std::max({std::abs(qRed(actual) - qRed(expected)),
-                            std::abs(qGreen(actual) - qGreen(expected)),
-                            std::abs(qBlue(actual) - qBlue(expected))});
-    if (d <= 2)
-        return ::testing::AssertionSuccess();
-    return ::testing::AssertionFailure()
-           << QColor(actual).name().toStdString() << " is not " << QColor(expected).name().toStdString();
 }
 
 bool hasBrightPixel(const QImage &image, const QRect &area)
@@ -36,34 +25,38 @@ bool hasBrightPixel(const QImage &image, const QRect &area)
     return false;
 }
 
-struct Probe {
-    const char *what;
-    QPoint at;
-    QRgb expected;
-};
+struct Probe { const char *what; QPoint at; QRgb expected; };
+
+// Each probe's pixel is its colour within 2 per channel.
+void expectPixels(const QImage &image, std::initializer_list<Probe> probes)
+{
+    for (const Probe &p : probes) {
+        const QRgb a = image.pixel(p.at);
+        EXPECT_LE(std::max({std::abs(qRed(a) - qRed(p.expected)), std::abs(qGreen(a) - qGreen(p.expected)),
+                            std::abs(qBlue(a) - qBlue(p.expected))}), 2)
+            << p.what << ": " << QColor(a).name().toStdString() << " is not " << QColor(p.expected).name().toStdString();
+    }
+}
 
 TEST(RegionSelectorView, DrawsDimmingPromptRubberBandAndSizeLabel)
 {
     QImage frozen(400, 300, QImage::Format_RGB32);
     frozen.fill(frozenColour);
-    RegionSelectorView view(QRectF(0, 0, 400, 300), frozen, QStringLiteral("Kéo để chọn"));
+    RegionSelectorView view(QRectF(0, 0, 400, 300), frozen, "Kéo để chọn");
     view.resize(400, 300);
     const QRgb dimmed = darkened(frozenColour, RegionSelectorPainter::dimming.alpha());
 
     // Idle: dimmed everywhere but the prompt, centred 45 px below the top.
-    const QRect prompt = RegionSelectorPainter::promptRect(QRectF(view.rect()), view.prompt(), view.font())
-                             .toRect();
+    const QRect prompt = RegionSelectorPainter::promptRect(QRectF(view.rect()), view.prompt(), view.font()).toRect();
     EXPECT_NEAR(prompt.center().x(), 200, 1);
     EXPECT_EQ(prompt.top(), 45);
-    QImage idle = view.grab().toImage();
-    for (const Probe &p : {Probe{"far corner", {390, 290}, dimmed},
-                           Probe{"left of the prompt", {prompt.left() - 3, prompt.center().y()}, dimmed},
-                           Probe{"prompt box corner", prompt.topLeft() + QPoint(1, 1),
-                                 darkened(dimmed, RegionSelectorPainter::promptBackground.alpha())}})
-        EXPECT_TRUE(near(idle.pixel(p.at), p.expected)) << p.what;
+    const QImage idle = view.grab().toImage();
+    expectPixels(idle, {{"far corner", {390, 290}, dimmed},
+                        {"left of the prompt", {prompt.left() - 3, prompt.center().y()}, dimmed},
+                        {"prompt box corner", prompt.topLeft() + QPoint(1, 1),
+                         darkened(dimmed, RegionSelectorPainter::promptBackground.alpha())}});
     EXPECT_TRUE(hasBrightPixel(idle, prompt)) << "prompt text";
 
-    // Dragging from (100, 150) to (300, 250).
     QTest::mousePress(&view, Qt::LeftButton, {}, QPoint(100, 150));
     QTest::mouseMove(&view, QPoint(200, 200));
     QTest::mouseMove(&view, QPoint(300, 250));
@@ -74,18 +67,17 @@ TEST(RegionSelectorView, DrawsDimmingPromptRubberBandAndSizeLabel)
     EXPECT_EQ(label.bottom() + 1, 150 - 6);
     const QImage dragging = view.grab().toImage();
     const QRgb blue = RegionSelectorPainter::border.rgb();
-    for (const Probe &p : {Probe{"inside, undimmed", {200, 200}, frozenColour},
-                           Probe{"inside near the corner", {103, 153}, frozenColour},
-                           Probe{"left border", {100, 200}, blue},
-                           Probe{"top border", {200, 150}, blue},
-                           Probe{"right border", {300, 200}, blue},
-                           Probe{"bottom border", {200, 250}, blue},
-                           Probe{"outside", {50, 200}, dimmed},
-                           Probe{"where the prompt was", prompt.topLeft() + QPoint(1, 1), dimmed},
-                           Probe{"label box corner", label.topLeft() + QPoint(1, 1),
-                                 darkened(dimmed, RegionSelectorPainter::labelBackground.alpha())},
-                           Probe{"left of the label", {105, label.center().y()}, dimmed}})
-        EXPECT_TRUE(near(dragging.pixel(p.at), p.expected)) << p.what;
+    expectPixels(dragging, {{"inside, undimmed", {200, 200}, frozenColour},
+                            {"inside near the corner", {103, 153}, frozenColour},
+                            {"left border", {100, 200}, blue},
+                            {"top border", {200, 150}, blue},
+                            {"right border", {300, 200}, blue},
+                            {"bottom border", {200, 250}, blue},
+                            {"outside", {50, 200}, dimmed},
+                            {"where the prompt was", prompt.topLeft() + QPoint(1, 1), dimmed},
+                            {"label box corner", label.topLeft() + QPoint(1, 1),
+                             darkened(dimmed, RegionSelectorPainter::labelBackground.alpha())},
+                            {"left of the label", {105, label.center().y()}, dimmed}});
     EXPECT_TRUE(hasBrightPixel(dragging, label)) << "label text";
     EXPECT_FALSE(hasBrightPixel(dragging, prompt)) << "no prompt while dragging";
 
@@ -95,22 +87,17 @@ TEST(RegionSelectorView, DrawsDimmingPromptRubberBandAndSizeLabel)
     EXPECT_TRUE(hasBrightPixel(view.grab().toImage(), prompt));
 }
 
-TEST(RegionSelectorPainter, PunchesThroughToTheLiveScreenWithoutAFrozenImage)
+TEST(RegionSelectorPainter, PunchesThroughToTheLiveScreenWithoutAFrozenImageAndLabelsWholePoints)
 {
     QImage canvas(200, 150, QImage::Format_ARGB32_Premultiplied);
     canvas.fill(Qt::transparent);
     QPainter painter(&canvas);
-    RegionSelectorPainter::paint(painter, QRectF(canvas.rect()), QImage(), "x",
-                                 QRectF(50, 60, 80, 40), QFont());
+    RegionSelectorPainter::paint(painter, QRectF(canvas.rect()), QImage(), "x", QRectF(50, 60, 80, 40), QFont());
     painter.end();
-    EXPECT_EQ(qAlpha(canvas.pixel(90, 80)), 0);          // live screen shows through
-    EXPECT_EQ(qAlpha(canvas.pixel(10, 140)), 115);       // 45 % black
+    EXPECT_EQ(qAlpha(canvas.pixel(90, 80)), 0);      // live screen shows through
+    EXPECT_EQ(qAlpha(canvas.pixel(10, 140)), 115);   // 45 % black
     EXPECT_EQ(canvas.pixel(50, 80), RegionSelectorPainter::border.rgb());
-}
-
-TEST(RegionSelectorPainter, LabelsTheSizeInWholePoints)
-{
-    EXPECT_EQ(RegionSelectorPainter::sizeText({1920.9, 240.99}), QString::fromUtf8("1920 × 240"));
+    EXPECT_EQ(RegionSelectorPainter::sizeText({1920.9, 240.99}), "1920 × 240");
 }
 
 } // namespace
