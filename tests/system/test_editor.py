@@ -139,9 +139,7 @@ class EditorTests(harness.SystemTestCase):
         origin = self._canvas_origin(session, editor, 1.0)
         self._drag(session, origin, 1.0, (40, 40), (200, 150))
 
-        session.x.activate(editor.id)
-        session.x.key("alt+F4")
-        session.x.wait_window_gone(editor.id, timeout=20)
+        session.x.close_window(editor.id, timeout=20)
 
         self.assertEqual(read(path), first)
         self.assertEqual(session.x.clipboard("image/png"), first)

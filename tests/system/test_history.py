@@ -39,9 +39,7 @@ class HistoryTests(harness.SystemTestCase):
         app = VistrelApp(session)
         app.process = session.launch("vistrel", extra_env={"PATH": no_tools})   # no xdg-open
         main, mapping = app.wait_ready()
-        session.x.activate(mapping.id)
-        session.x.key("alt+F4")
-        session.x.wait_window_gone(mapping.id)
+        session.x.close_window(mapping.id)
 
         for count, (x, y, w, h) in enumerate(REGIONS, 1):
             session.x.press_keycodes(COMMAND_4)
@@ -55,9 +53,7 @@ class HistoryTests(harness.SystemTestCase):
             editor = harness.wait_until(
                 lambda: [e for e in session.x.windows(name=EDITOR_TITLE, pid=app.process.pid)
                          if e not in editors], 20, "the editor of capture %d" % count)[0]
-            session.x.activate(editor.id)
-            session.x.key("alt+F4")                  # closed unsaved
-            session.x.wait_window_gone(editor.id, timeout=20)
+            session.x.close_window(editor.id, timeout=20)      # closed unsaved
 
         rows = app.history()
         self.assertEqual(len(rows), 2)

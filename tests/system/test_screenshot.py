@@ -282,9 +282,7 @@ class ScreenshotTests(harness.SystemTestCase):
             with self.subTest(label), self.session_scope(label) as session:
                 app, main = self._prepare(session)
                 if not visible:
-                    session.x.activate(main.id)
-                    session.x.key("alt+F4")      # closing only hides the window
-                    session.x.wait_window_gone(main.id)
+                    session.x.close_window(main.id)      # closing only hides the window
                 self._open_selector(session, app)
                 session.x.drag_line(200, 200, 500, 400, release=False)
                 session.x.key("Escape")

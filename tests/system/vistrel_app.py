@@ -180,9 +180,7 @@ class VistrelApp:
         window steps aside for a capture, so the other would stay in the picture."""
         self.launch()
         main, mapping = self.wait_ready()
-        self.x.activate(mapping.id)
-        self.x.key("alt+F4")
-        self.x.wait_window_gone(mapping.id)
+        self.x.close_window(mapping.id)
         return main
 
     def main_shown(self, main):

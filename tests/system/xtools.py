@@ -181,6 +181,21 @@ class Display:
         wait_until(lambda: wid not in self.managed_window_ids(), timeout,
                    "window 0x%x to be unmapped" % wid)
 
+    def close_window(self, wid, timeout=10):
+        """The window manager's close (Alt+F4) on a window, until it is unmapped. Openbox
+        drops a chord that lands while it re-reads a keymap the bridge just changed, so
+        the press is repeated while the window is still there."""
+        for attempt in range(3):
+            if wid not in self.managed_window_ids():
+                return
+            self.activate(wid)
+            self.key("alt+F4")
+            try:
+                return self.wait_window_gone(wid, timeout / 2 if attempt < 2 else timeout)
+            except WaitTimeout:
+                if attempt == 2:
+                    raise
+
     def geometry(self, wid):
         """Client area in root coordinates (device pixels), frame excluded."""
         out = self.text(["xwininfo", "-id", str(wid)])
