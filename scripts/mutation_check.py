@@ -3,10 +3,10 @@
 
 A fixed, seeded set of mutants (flipped comparisons, off-by-one, dropped calls, swapped
 arguments, inverted booleans) is drawn round-robin across every folder of src/ and tools/.
-Each mutant is applied to a scratch copy, built, and the test labels of its folder are run;
-a failing or hanging run kills it. A mutant that does not compile is skipped for the next in
-the order, so the set stays the same for the same sources and seed: the printed fingerprint
-shows it. System tests are not run: they take a minute, and the unit tests are the net.
+Each mutant is applied to a scratch copy and built; every unit and X11 test program that links
+the changed code is run, and a failing or hanging one kills it. A mutant that does not compile
+is skipped for the next in the order, so the set stays the same for the same sources and seed:
+the printed fingerprint shows it. System tests are not run: they take a minute each.
 
 Too slow for CI: a mutant takes 10 to 20 seconds on two cores.
 """
@@ -43,24 +43,6 @@ OPERATORS = [
 ]
 KEYWORDS = {"if", "while", "for", "switch", "return", "sizeof", "static_cast", "Q_ASSERT",
             "Q_UNUSED", "delete", "new", "case"}
-
-# Which tests guard each folder; a regex over CTest labels.
-LABELS = [
-    ("src/platform/x11", "^x11"),
-    ("src/platform", "^unit:platform|^x11"),
-    ("src/capture", "^unit:capture|^x11:capture"),
-    ("src/editor", "^unit:editor"),
-    ("src/", None),            # src/<folder> -> ^unit:<folder>
-    ("tools/keymap", "^unit:keymap"),
-]
-
-
-def labels_for(path):
-    for prefix, labels in LABELS:
-        if path.startswith(prefix):
-            return labels or "^unit:" + path.split("/")[1]
-    raise ValueError(path)
-
 
 def subsystem(path):
     parts = path.split("/")
@@ -173,35 +155,51 @@ def test_share():
     return code, cpp_tests, py_tests
 
 
-def test_suites(build, labels):
-    """The test programs under these labels with their environments, or None when some test
-    is not a program the build makes (then CTest runs them)."""
-    out = subprocess.run(["ctest", "--show-only=json-v1", "-L", labels], cwd=build, capture_output=True,
+def test_programs(build):
+    """Every unit and X11 test program, with the commands CTest runs it with and their
+    environment. A Google Test program is run once for all its cases instead."""
+    out = subprocess.run(["ctest", "--show-only=json-v1", "-LE", "system"], cwd=build, capture_output=True,
                          check=True).stdout
-    suites = {}
+    programs = {}
     for test in json.loads(out)["tests"]:
-        program = test.get("command", [""])[0]
-        if not program.startswith(build + os.sep):
-            return None
+        command = test.get("command") or [""]
+        if not command[0].startswith(build + os.sep):
+            continue        # a script, such as the architecture check: no code under test
         env = next((p["value"] for p in test.get("properties", []) if p["name"] == "ENVIRONMENT"), [])
-        suites[program] = dict(os.environ, **dict(v.split("=", 1) for v in env))
-    return suites
+        entry = programs.setdefault(command[0], {"env": dict(os.environ, **dict(v.split("=", 1) for v in env)),
+                                                 "commands": []})
+        gtest = any(a.startswith("--gtest_filter") for a in command)
+        entry["commands"] = [[command[0], "--gtest_fail_fast"]] if gtest else entry["commands"] + [command]
+    return programs
 
 
-def killed_by(suites, build, labels, jobs):
-    """Whether any test under the labels fails or hangs. Each program runs its cases in one
-    process and stops at the first failure: a kill needs only one."""
-    try:
-        if suites is None:
-            return run(["ctest", "-j%d" % jobs, "-L", labels, "--timeout", "60"], build, timeout=600) != 0
-        for program, env in suites.items():
-            result = subprocess.run([program, "--gtest_fail_fast"], cwd=build, env=env, timeout=300,
-                                    stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+def killed_by(programs, build):
+    """Whether any of these programs fails or hangs; it stops at the first failure."""
+    for program in programs.values():
+        for command in program["commands"]:
+            try:
+                result = subprocess.run(command, cwd=build, env=program["env"], timeout=300,
+                                        stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+            except subprocess.TimeoutExpired:
+                return True
             if result.returncode != 0:
                 return True
-        return False
-    except subprocess.TimeoutExpired:
-        return True
+    return False
+
+
+def mtimes(paths):
+    return {p: os.stat(p).st_mtime_ns if os.path.exists(p) else 0 for p in paths}
+
+
+def survivors_of(log):
+    """(path, line, new line) of the mutants an earlier run's log lists as surviving."""
+    found = set()
+    with open(log, encoding="utf-8") as f:
+        for line in f:
+            match = re.match(r"^SURVIVED\s+[\d.]+s\s+(\S+):(\d+)\s+.*?  ->  (.*)$", line.rstrip("\n"))
+            if match:
+                found.add((match.group(1), int(match.group(2)), match.group(3).strip()))
+    return found
 
 
 def run(cmd, cwd, timeout=None):
@@ -217,6 +215,8 @@ def main():
                         help="scratch checkout and build (reused between runs)")
     parser.add_argument("--list", action="store_true", help="print the mutant set and stop")
     parser.add_argument("--jobs", type=int, default=os.cpu_count() or 2)
+    parser.add_argument("--recheck", metavar="LOG",
+                        help="run only the mutants this earlier run's log lists as survivors")
     args = parser.parse_args()
 
     code, cpp_tests, py_tests = test_share()
@@ -246,15 +246,18 @@ def main():
     if run(["ctest", "-j%d" % args.jobs, "-LE", "system"], build) != 0:
         sys.exit("the unmutated tree fails its tests; fix that first")
 
-    # Only what the affected tests run is rebuilt: relinking the app and every other test
-    # for each mutant would double the time.
-    suites = {}
+    # A mutant is judged by every test program that links the code it changed: those are
+    # the programs the build relinks. The app and the benchmarks are not rebuilt.
+    programs = test_programs(build)
+    recheck = survivors_of(args.recheck) if args.recheck else None
     results, per_subsystem, stillborn = [], {}, 0
     fingerprint = hashlib.sha256()
     for path, number, kind, new, old in order:
         if len(results) == args.count:
             break
         key = subsystem(path)
+        if recheck is not None and (path, number, new.strip()) not in recheck:
+            continue
         target = os.path.join(tree, path)
         with open(target, encoding="utf-8") as f:
             original = f.read()
@@ -264,15 +267,13 @@ def main():
             f.write("\n".join(lines))
         started = time.monotonic()
         try:
-            labels = labels_for(path)
-            if labels not in suites:
-                suites[labels] = test_suites(build, labels)
-            programs = [os.path.relpath(p, build) for p in suites[labels] or []]
-            if run(["ninja", "-j%d" % args.jobs] + programs, build) != 0:
+            before = mtimes(programs)
+            if run(["ninja", "-j%d" % args.jobs] + [os.path.relpath(p, build) for p in programs], build) != 0:
                 stillborn += 1
                 continue
             fingerprint.update(("%s:%d:%s\n" % (path, number, new)).encode())
-            failed = killed_by(suites[labels], build, labels, args.jobs)
+            after = mtimes(programs)
+            failed = killed_by({p: v for p, v in programs.items() if after[p] != before[p]}, build)
             results.append((path, number, kind, new.strip(), failed))
             per_subsystem.setdefault(key, []).append(failed)
             print("%-8s %5.1fs  %s:%d  %s: %s  ->  %s" % (

@@ -20,6 +20,7 @@ TEST(ScreenshotCrop, MapsSelectionsToWholeDevicePixels)
         {"past the left and top edges", {-50, -30, 150, 80}, hd, {1920, 1080}, QRect(0, 0, 100, 50), {100, 50}},
         {"past the right and bottom edges at scale 2", {1900, 1000, 100, 200}, hd, {3840, 2160}, QRect(3800, 2000, 40, 160), {20, 80}},
         {"whole screen", hd, hd, {1920, 1080}, QRect(0, 0, 1920, 1080), {1920, 1080}},
+        {"one point tall", {10, 10, 50, 1}, hd, {1920, 1080}, QRect(10, 10, 50, 1), {50, 1}},
         {"touching the edge only", {1920, 10, 50, 50}, hd, {1920, 1080}, std::nullopt, {}},
         {"thinner than a point after clipping", {1919.5, 10, 50, 50}, hd, {1920, 1080}, std::nullopt, {}},
         {"empty image", {10, 10, 50, 50}, hd, {0, 0}, std::nullopt, {}},
