@@ -1,4 +1,4 @@
 #!/usr/bin/env bash
 # Kill rate of the tests against a fixed, seeded set of mutants, and the test share.
-# Usage: scripts/mutation-check.sh [--count N] [--seed S] [--list]. Not for CI: about an hour.
+# Usage: scripts/mutation-check.sh [--count N] [--seed S] [--list] [--recheck LOG]. Not for CI: about 25 minutes.
 exec python3 "$(dirname "$0")/mutation_check.py" "$@"
