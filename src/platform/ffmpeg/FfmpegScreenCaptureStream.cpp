@@ -88,9 +88,9 @@ std::optional<RecordingError> FfmpegScreenCaptureStream::startCapture(SampleHand
     return std::nullopt;
 }
 
-void FfmpegScreenCaptureStream::readScreen()
+int FfmpegScreenCaptureStream::readPackets(AVFormatContext *device,
+                                           const std::function<void(Ffmpeg::Packet)> &handle)
 {
-    AVFormatContext *device = m_devices->screen.get();
     while (!m_stopping) {
         Ffmpeg::Packet packet(av_packet_alloc());
         const int result = av_read_frame(device, packet.get());
@@ -98,10 +98,17 @@ void FfmpegScreenCaptureStream::readScreen()
             break;
         if (result == AVERROR(EAGAIN))
             continue;
-        if (result < 0) {
-            endByPlatform({domain, result, QStringLiteral("Màn hình ngừng gửi hình: ") + Ffmpeg::describe(result)});
-            return;
-        }
+        if (result < 0)
+            return result;
+        handle(std::move(packet));
+    }
+    return 0;
+}
+
+void FfmpegScreenCaptureStream::readScreen()
+{
+    AVFormatContext *device = m_devices->screen.get();
+    const int result = readPackets(device, [this, device](Ffmpeg::Packet packet) {
         const AVCodecParameters *p = device->streams[0]->codecpar;
         MediaSample sample;
         sample.type = MediaSample::Type::screen;
@@ -114,25 +121,15 @@ void FfmpegScreenCaptureStream::readScreen()
         sample.dataReady = packet->size >= sample.bytesPerLine * sample.height;
         sample.keepAlive = std::shared_ptr<AVPacket>(packet.release(), Ffmpeg::PacketFree());
         m_onSample(std::move(sample));
-    }
+    });
+    if (result < 0)
+        endByPlatform({domain, result, QStringLiteral("Màn hình ngừng gửi hình: ") + Ffmpeg::describe(result)});
 }
 
 void FfmpegScreenCaptureStream::readSound()
 {
-    AVFormatContext *device = m_devices->sound.get();
     const int bytesPerFrame = 2 * m_configuration.channelCount;
-    while (!m_stopping) {
-        Ffmpeg::Packet packet(av_packet_alloc());
-        const int result = av_read_frame(device, packet.get());
-        if (m_stopping)
-            break;
-        if (result == AVERROR(EAGAIN))
-            continue;
-        if (result < 0) {
-            // The sound server went away: carry on with silence rather than end the film.
-            sendSilence();
-            return;
-        }
+    const int result = readPackets(m_devices->sound.get(), [this, bytesPerFrame](Ffmpeg::Packet packet) {
         MediaSample sample;
         sample.type = MediaSample::Type::audio;
         sample.presentationMicros = toMonotonic(packet->pts);
@@ -140,7 +137,10 @@ void FfmpegScreenCaptureStream::readSound()
         sample.data = packet->data;
         sample.keepAlive = std::shared_ptr<AVPacket>(packet.release(), Ffmpeg::PacketFree());
         m_onSample(std::move(sample));
-    }
+    });
+    // The sound server went away: carry on with silence rather than end the film.
+    if (result < 0)
+        sendSilence();
 }
 
 void FfmpegScreenCaptureStream::sendSilence()

@@ -1,9 +1,11 @@
 #pragma once
 
 #include "platform/RecordingBackend.h"
+#include "platform/ffmpeg/FfmpegUtil.h"
 
 #include <QByteArray>
 #include <atomic>
+#include <functional>
 #include <mutex>
 #include <thread>
 
@@ -20,6 +22,8 @@ public:
     void stopCapture(StopHandler done) override;
 
 private:
+    // Hands each packet on until stopped; the read error that ended it, or 0.
+    int readPackets(AVFormatContext *device, const std::function<void(Ffmpeg::Packet)> &handle);
     void readScreen();
     void readSound();
     void sendSilence();

@@ -6,7 +6,7 @@
 #include <X11/Xlib.h>
 #include <X11/extensions/XTest.h>
 
-std::unique_ptr<X11KeySynthesizer> X11KeySynthesizer::open(const QByteArray &displayName)
+Display *X11KeySynthesizer::openWithXTest(const QByteArray &displayName)
 {
     Display *display = XOpenDisplay(displayName.isEmpty() ? nullptr : displayName.constData());
     if (!display)
@@ -16,7 +16,13 @@ std::unique_ptr<X11KeySynthesizer> X11KeySynthesizer::open(const QByteArray &dis
         XCloseDisplay(display);
         return nullptr;
     }
-    return std::unique_ptr<X11KeySynthesizer>(new X11KeySynthesizer(display));
+    return display;
+}
+
+std::unique_ptr<X11KeySynthesizer> X11KeySynthesizer::open(const QByteArray &displayName)
+{
+    Display *display = openWithXTest(displayName);
+    return display ? std::unique_ptr<X11KeySynthesizer>(new X11KeySynthesizer(display)) : nullptr;
 }
 
 X11KeySynthesizer::X11KeySynthesizer(Display *display)

@@ -15,6 +15,8 @@ class X11KeySynthesizer : public KeySynthesizer {
 public:
     // Connects to the named display; empty when that fails or XTest is missing.
     static std::unique_ptr<X11KeySynthesizer> open(const QByteArray &displayName);
+    // A connection of its own to the named display, or null when that fails or XTest is missing.
+    static _XDisplay *openWithXTest(const QByteArray &displayName);
     ~X11KeySynthesizer() override;
     X11KeySynthesizer(const X11KeySynthesizer &) = delete;
     X11KeySynthesizer &operator=(const X11KeySynthesizer &) = delete;

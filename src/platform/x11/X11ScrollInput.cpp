@@ -1,5 +1,6 @@
 #include "platform/x11/X11ScrollInput.h"
 
+#include "platform/x11/X11KeySynthesizer.h"
 #include "platform/x11/XcbProperties.h"
 
 #include <X11/Xlib.h>
@@ -10,15 +11,8 @@
 
 std::unique_ptr<X11PointerInput> X11PointerInput::open(const QByteArray &displayName)
 {
-    Display *display = XOpenDisplay(displayName.isEmpty() ? nullptr : displayName.constData());
-    if (!display)
-        return nullptr;
-    int eventBase = 0, errorBase = 0, major = 0, minor = 0;
-    if (!XTestQueryExtension(display, &eventBase, &errorBase, &major, &minor)) {
-        XCloseDisplay(display);
-        return nullptr;
-    }
-    return std::unique_ptr<X11PointerInput>(new X11PointerInput(display));
+    Display *display = X11KeySynthesizer::openWithXTest(displayName);
+    return display ? std::unique_ptr<X11PointerInput>(new X11PointerInput(display)) : nullptr;
 }
 
 X11PointerInput::~X11PointerInput()
