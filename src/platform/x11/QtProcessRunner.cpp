@@ -1,5 +1,7 @@
 #include "platform/x11/QtProcessRunner.h"
 
+#include "platform/x11/PosixProcessLauncher.h"
+
 #include <QDir>
 #include <QProcess>
 
@@ -77,15 +79,7 @@ ProcessResult QtProcessRunner::run(const QString &program, const QStringList &ar
 
 bool QtProcessRunner::startDetached(const QString &program, const QStringList &arguments)
 {
-    if (!QDir::isAbsolutePath(program))
-        return false;
-    QProcess process;
-    process.setProgram(program);
-    process.setArguments(arguments);
-    process.setStandardInputFile(QProcess::nullDevice());
-    process.setStandardOutputFile(QProcess::nullDevice());
-    process.setStandardErrorFile(QProcess::nullDevice());
-    return process.startDetached();
+    return PosixProcessLauncher().launch(program, arguments).has_value();
 }
 
 std::unique_ptr<CompanionProcess> QtProcessRunner::startCompanion(const QString &program,
