@@ -130,7 +130,14 @@ void AppDelegate::terminate()
     // A launch that ended early (relocation) never started the remapper; leave the keyboard be.
     if (m_mainWindow)
         m_remapper.stop();
-    QCoreApplication::quit();
+    if (!m_coordinator) {
+        QCoreApplication::quit();
+        return;
+    }
+    // A recording under way is finished and listed first. Past the bound the app quits
+    // anyway and the next launch finishes it.
+    QTimer::singleShot(recordingFinishBound, qApp, &QCoreApplication::quit);
+    m_coordinator->finishRecording([] { QCoreApplication::quit(); });
 }
 
 void AppDelegate::route(const BridgeCommand &command)

@@ -29,7 +29,8 @@ public:
     void applicationDidFinishLaunching();
     // A later launch asked for the app: show the window if it is hidden, and bring it forward.
     void applicationShouldHandleReopen();
-    // The one way out: removes the system-wide mapping, then ends the event loop.
+    // The one way out: removes the system-wide mapping, finishes a recording, then ends the
+    // event loop.
     void terminate();
 
     void route(const BridgeCommand &command);
@@ -41,6 +42,8 @@ public:
     KeyRemapper &remapper() { return m_remapper; }
 
 private:
+    static constexpr int recordingFinishBound = 10000;   // ms
+
     void openMain();
 
     Platform &m_platform;

@@ -52,6 +52,17 @@ void CaptureCoordinator::captureScrollingScreenshot(bool automaticWeb)
     m_scrolling.captureScrollingScreenshot(automaticWeb);
 }
 
+void CaptureCoordinator::finishRecording(std::function<void()> done)
+{
+    if (!m_recording.isRecording()) {
+        done();
+        return;
+    }
+    connect(&m_recording, &RecordingFlow::ended, this, [done = std::move(done)] { done(); },
+            Qt::SingleShotConnection);
+    m_recording.stopVideo();
+}
+
 void CaptureCoordinator::toggleVideo()
 {
     m_recording.toggleVideo();

@@ -7,6 +7,7 @@
 #include "capture/selector/RegionSelectorSlot.h"
 
 #include <QObject>
+#include <functional>
 
 class ApplicationRegistry;
 class CaptureHost;
@@ -48,6 +49,9 @@ public:
     void captureScrollingScreenshot(bool automaticWeb);
     // Starts a recording, or stops the one running.
     void toggleVideo();
+    // Stops a recording under way and calls `done` once its file is finished; at once when
+    // nothing is recording.
+    void finishRecording(std::function<void()> done);
     // An earlier capture into the editor; saving there overwrites its file.
     void editCapture(const QString &path, const QImage &image);
 

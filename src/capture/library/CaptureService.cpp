@@ -20,6 +20,8 @@ CaptureService::CaptureService(HistoryDatabase &database, ClipboardWriter &clipb
 
 void CaptureService::report(const QString &text)
 {
+    // Also on stderr: the status line is gone once the next capture starts, a terminal keeps it.
+    qInfo("%s", qUtf8Printable(text));
     if (onStatus)
         onStatus(text);
 }

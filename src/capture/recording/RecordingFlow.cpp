@@ -51,6 +51,9 @@ void RecordingFlow::startVideo()
             return;
         self->m_.selector.dismiss();
         self->regionChosen(rect, chosen);
+    }, [self] {
+        if (self)
+            emit self->ended({});
     });
 }
 

@@ -72,6 +72,10 @@ void ScreenshotFlow::takeScreenshot(std::function<void(const ScreenshotOutcome &
                              completion({ScreenshotResult::cropFailed, {}, chosen});
                          else
                              completion({ScreenshotResult::captured, cropped->image, chosen});
+                     },
+                     [self] {
+                         if (self)
+                             emit self->ended({});
                      });
 }
 

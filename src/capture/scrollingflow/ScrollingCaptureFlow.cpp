@@ -53,6 +53,10 @@ void ScrollingCaptureFlow::takeScrollingScreenshot(bool automaticWeb,
                      [self, automaticWeb, completion](std::optional<QRectF> rect, QScreen *chosen) {
                          if (self)
                              self->regionChosen(rect, chosen, automaticWeb, completion);
+                     },
+                     [self] {
+                         if (self)
+                             emit self->ended({});
                      });
 }
 
