@@ -21,7 +21,7 @@ import uuid
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 
 from procs import (TOKEN_VARIABLE, ManagedProcess, WaitTimeout, kill_session_processes,  # noqa: E402,F401
-                   process_tree, wait_until)
+                   process_table, wait_until)
 from xtools import Display, ToolMissing, selection_owner, tool_path  # noqa: E402,F401
 
 _OPENBOX_RC = """<?xml version="1.0" encoding="UTF-8"?>
@@ -238,11 +238,11 @@ class Session:
                     action()
                 except Exception as error:  # noqa: BLE001 - diagnostics are best effort
                     report.append("%s failed: %s" % (title, error))
-        tree = process_tree(self.token)
-        write("processes.txt", tree)
+        table = process_table(self.token)
+        write("processes.txt", table)
         write("home-files.txt", "\n".join(self.file_tree()) + "\n")
         shutil.copytree(self.logs_dir, os.path.join(folder, "logs"), dirs_exist_ok=True)
-        report.append("process tree:\n" + tree)
+        report.append("processes:\n" + table)
         for p in self.processes:
             if p.name not in _DESKTOP_SERVICES:
                 report.append("%s (pid %d, status %s), last lines of its output:\n%s" % (

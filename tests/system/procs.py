@@ -125,8 +125,6 @@ def kill_session_processes(token):
     return leftovers
 
 
-def process_tree(token):
-    """The session's processes as a tree, for failure reports."""
-    pids = ",".join(str(p.pid) for p in session_processes(token))
-    return subprocess.run(["ps", "-o", "pid,ppid,pgid,stat,args", "--forest", "-p", pids or "0"],
-                          capture_output=True, text=True).stdout
+def process_table(token):
+    """The session's processes, one a line, for failure reports."""
+    return "    PID    PPID    PGID S  COMMAND\n" + "".join("%7d %7d %7d %s  %s\n" % p for p in session_processes(token))
