@@ -1,69 +1,71 @@
-"""System-test harness: runs the built app on a private desktop and drives it.
-
-A test file subclasses SystemTestCase and ends with `harness.main()`:
-
-    class MyTests(harness.SystemTestCase):
-        def test_something(self):
-            session = self.start_session()            # Xvfb, openbox, trayer, PulseAudio
-            app = session.launch("vistrel")           # <build>/bin/vistrel
-            window = session.x.wait_for_window(prefix="Vistrel ", pid=app.pid)
-            session.x.press_keycodes("133+23")        # physical Super+Tab
-            ...
-
-    python3 tests/system/test_x.py --build-dir build [TestClass.test_name ...]
-
-Every process started for a session is ended when the session closes, when the
-test fails, and when the harness is interrupted; nothing outside the session's
-temporary HOME and private X server is touched. On failure the screen, keymap,
-window list, process tree and logs are saved under <build>/Testing/system-artifacts.
-"""
+"""System-test harness: one private desktop per session (Xvfb, openbox, trayer, a PulseAudio
+null sink, HOME and XDG folders in a temporary folder), the built app run on it, and teardown
+that ends every process the session started. A test file subclasses SystemTestCase and ends
+with `harness.main()`; see README.md."""
 
 import argparse
 import atexit
+import contextlib
 import os
+import select
 import shutil
 import signal
+import subprocess
 import sys
+import tempfile
+import time
+import types
 import unittest
+import uuid
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 
-from desktop import Desktop                          # noqa: E402
-from procs import WaitTimeout, process_tree, wait_until   # noqa: E402,F401
-from xtools import Display, ToolMissing, sqlite_rows      # noqa: E402,F401
+from procs import (TOKEN_VARIABLE, ManagedProcess, WaitTimeout, kill_session_processes,  # noqa: E402,F401
+                   process_table, wait_until)
+from xtools import Display, ToolMissing, selection_owner, tool_path  # noqa: E402,F401
+
+_OPENBOX_RC = """<?xml version="1.0" encoding="UTF-8"?>
+<openbox_config xmlns="http://openbox.org/3.4/rc">
+  <focus><focusNew>yes</focusNew><followMouse>no</followMouse></focus>
+  <placement><policy>Smart</policy><center>yes</center></placement>
+  <desktops><number>1</number></desktops>
+  <keyboard><keybind key="A-F4"><action name="Close"/></keybind></keyboard>
+  <mouse>
+    <context name="Client">
+      <mousebind button="Left" action="Press"><action name="Focus"/><action name="Raise"/></mousebind>
+    </context>
+    <context name="Titlebar">
+      <mousebind button="Left" action="Press"><action name="Focus"/><action name="Raise"/></mousebind>
+      <mousebind button="Left" action="Drag"><action name="Move"/></mousebind>
+    </context>
+  </mouse>
+</openbox_config>
+"""
+
+# Everything else is built here, so the app never sees the user's session (bus, display).
+_PASS_THROUGH = ("PATH", "LD_LIBRARY_PATH", "ASAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS",
+                 "TSAN_OPTIONS", "QT_LOGGING_RULES", "QT_DEBUG_PLUGINS")
+_DESKTOP_SERVICES = ("Xvfb", "openbox", "trayer", "pulseaudio")
+NULL_SINK = "vistrel_null"
+_open_sessions = []
 
 
-class _OpenSessions:
-    """Sessions still running, closed from atexit and signal handlers."""
-
-    def __init__(self):
-        self.sessions = []
-
-    def close_all(self):
-        for session in list(self.sessions):
-            session.close()
-
-    def install(self):
-        atexit.register(self.close_all)
-        for signum in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
-            signal.signal(signum, self._on_signal)
-
-    def _on_signal(self, signum, _frame):
-        # unittest swallows SystemExit inside a test, so end here.
-        self.close_all()
-        sys.stderr.write("system test interrupted by signal %d\n" % signum)
-        sys.stderr.flush()
-        os._exit(128 + signum)
+def close_open_sessions():
+    for session in list(_open_sessions):
+        session.close()
 
 
-_open_sessions = _OpenSessions()
+def _on_signal(signum, _frame):
+    # unittest swallows SystemExit inside a test, so end here.
+    close_open_sessions()
+    sys.stderr.write("system test interrupted by signal %d\n" % signum)
+    os._exit(128 + signum)
 
 
-class Options:
-    def __init__(self, build_dir, artifacts_dir, keep_artifacts):
-        self.build_dir = build_dir
-        self.artifacts_dir = artifacts_dir
-        self.keep_artifacts = keep_artifacts
+def install_teardown():
+    atexit.register(close_open_sessions)
+    for signum in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
+        signal.signal(signum, _on_signal)
 
 
 class Session:
@@ -71,162 +73,191 @@ class Session:
 
     def __init__(self, build_dir, screen=(1920, 1080), scale=1.0, tray=True, audio=True):
         self.build_dir = os.path.abspath(build_dir)
-        self.bin_dir = os.path.join(self.build_dir, "bin")
-        self.scale = scale
-        self.desktop = Desktop(screen=screen, tray=tray, audio=audio)
-        self.x = None
+        self.screen, self.scale, self.tray, self.audio = screen, scale, tray, audio
+        self.token = uuid.uuid4().hex
+        self.root = tempfile.mkdtemp(prefix="vistrel-system-")
+        self.home = os.path.join(self.root, "home")
+        self.runtime_dir = os.path.join(self.root, "run")
+        self.logs_dir = os.path.join(self.root, "logs")
+        self.data_home = os.path.join(self.home, ".local", "share")
+        self.desktop_dir = os.path.join(self.home, "Desktop")
+        self.documents_dir = os.path.join(self.home, "Documents")
+        self.display, self.x = None, None
+        self.processes, self.leftovers = [], []
         self.closed = False
 
-    # -- lifecycle -----------------------------------------------------------
-
     def start(self):
-        _open_sessions.sessions.append(self)
+        _open_sessions.append(self)
         try:
-            self.desktop.start()
+            self._make_folders()
+            self._start_servers()
         except BaseException:
             self.close()
             raise
         if self.scale != 1.0:
-            self.desktop.env["QT_SCALE_FACTOR"] = ("%g" % self.scale)
-        self.x = Display(self.desktop.env, keys_helper=self.binary("vistrel-test-keys"))
+            self.env["QT_SCALE_FACTOR"] = "%g" % self.scale
+        self.x = Display(self.env, keys_helper=self.binary("vistrel-test-keys"))
         return self
 
+    def _make_folders(self):
+        config = os.path.join(self.home, ".config")
+        for path in (self.logs_dir, self.scratch(""), config, self.data_home, self.desktop_dir,
+                     self.documents_dir, os.path.join(self.home, ".cache"),
+                     os.path.join(self.root, "tmp")):
+            os.makedirs(path, exist_ok=True)
+        os.makedirs(self.runtime_dir, mode=0o700)
+        for path, text in ((os.path.join(config, "user-dirs.dirs"),
+                            'XDG_DESKTOP_DIR="$HOME/Desktop"\nXDG_DOCUMENTS_DIR="$HOME/Documents"\n'),
+                           (os.path.join(self.root, "openbox-rc.xml"), _OPENBOX_RC),
+                           (os.path.join(self.root, "pulse-client.conf"), "autospawn = no\n")):
+            with open(path, "w") as f:
+                f.write(text)
+        pulse = os.path.join(self.runtime_dir, "pulse")
+        self.env = {k: os.environ[k] for k in _PASS_THROUGH if k in os.environ}
+        self.env.update({
+            TOKEN_VARIABLE: self.token, "LANG": "C.UTF-8", "HOME": self.home,
+            "TMPDIR": os.path.join(self.root, "tmp"), "XDG_CONFIG_HOME": config,
+            "XDG_DATA_HOME": self.data_home, "XDG_CACHE_HOME": os.path.join(self.home, ".cache"),
+            "XDG_RUNTIME_DIR": self.runtime_dir, "XAUTHORITY": os.path.join(self.root, "Xauthority"),
+            # A bus that cannot connect: no autolaunched dbus-daemon, and Qt's tray icon falls
+            # back to the XEmbed tray that trayer hosts.
+            "DBUS_SESSION_BUS_ADDRESS": "unix:path=" + os.path.join(self.runtime_dir, "no-bus"),
+            "PULSE_RUNTIME_PATH": pulse, "PULSE_SERVER": "unix:" + os.path.join(pulse, "native"),
+            "PULSE_CLIENTCONFIG": os.path.join(self.root, "pulse-client.conf"),
+            "NO_AT_BRIDGE": "1", "QT_ACCESSIBILITY": "0", "QT_QPA_PLATFORM": "xcb"})
+
+    def _start_servers(self):
+        read_end, write_end = os.pipe()
+        try:
+            server = self.spawn("Xvfb", [tool_path("Xvfb"), "-displayfd", str(write_end), "-screen", "0",
+                                         "%dx%dx24" % self.screen, "-nolisten", "tcp", "-noreset",
+                                         "-dpi", "96"],
+                                # TERM lets the server remove its lock file.
+                                pass_fds=(write_end,), death_signal=signal.SIGTERM)
+        finally:
+            os.close(write_end)
+        number, deadline = b"", time.monotonic() + 20
+        with os.fdopen(read_end, "rb", buffering=0) as pipe:
+            while not number.endswith(b"\n") and time.monotonic() < deadline:
+                if select.select([pipe], [], [], 0.2)[0]:
+                    chunk = pipe.read(32)
+                    if not chunk:
+                        break
+                    number += chunk
+        if not number.strip().isdigit():
+            raise RuntimeError("Xvfb did not report a display:\n" + server.log_text())
+        self.display = self.env["DISPLAY"] = ":" + number.decode().strip()
+        self.spawn("openbox", [tool_path("openbox"), "--sm-disable", "--config-file",
+                               os.path.join(self.root, "openbox-rc.xml")])
+        wait_until(lambda: selection_owner(self.display, "WM_S0"), 20, "openbox to manage the screen")
+        if self.tray:
+            self.spawn("trayer", [tool_path("trayer"), "--edge", "top", "--align", "right",
+                                  "--widthtype", "request", "--height", "24", "--SetDockType", "true",
+                                  "--SetPartialStrut", "false", "--transparent", "false"])
+            wait_until(lambda: selection_owner(self.display, "_NET_SYSTEM_TRAY_S0"), 20,
+                       "trayer to own the system tray")
+        if self.audio:
+            socket_path = os.path.join(self.runtime_dir, "pulse", "native")
+            self.spawn("pulseaudio", [tool_path("pulseaudio"), "-n", "--daemonize=no",
+                                      "--exit-idle-time=-1", "--use-pid-file=no", "--log-target=stderr",
+                                      "-L", "module-null-sink sink_name=%s" % NULL_SINK,
+                                      "-L", "module-native-protocol-unix socket=%s auth-anonymous=1"
+                                      % socket_path])
+            wait_until(lambda: os.path.exists(socket_path), 20, "the PulseAudio socket")
+            subprocess.run([tool_path("pactl"), "set-default-sink", NULL_SINK], env=self.env,
+                           check=True, capture_output=True, timeout=20)
+
     def close(self):
+        """Ends every process of the session (newest first) and removes its folder."""
         if self.closed:
             return
         self.closed = True
-        self.desktop.close()
-        if self in _open_sessions.sessions:
-            _open_sessions.sessions.remove(self)
-        if self.desktop.leftovers:
+        for process in reversed(self.processes):
+            process.stop()
+        self.leftovers = kill_session_processes(self.token)
+        shutil.rmtree(self.root, ignore_errors=True)
+        if self in _open_sessions:
+            _open_sessions.remove(self)
+        if self.leftovers:
             sys.stderr.write("ended processes that escaped their group: %s\n"
-                             % ", ".join("%d %s" % (p.pid, p.args) for p in self.desktop.leftovers))
-
-    # -- paths ---------------------------------------------------------------
-
-    @property
-    def env(self):
-        return self.desktop.env
-
-    @property
-    def home(self):
-        return self.desktop.home
-
-    @property
-    def data_home(self):
-        return self.desktop.data_home
-
-    @property
-    def desktop_dir(self):
-        return self.desktop.desktop_dir
-
-    @property
-    def documents_dir(self):
-        return self.desktop.documents_dir
+                             % ", ".join("%d %s" % (p.pid, p.args) for p in self.leftovers))
 
     def scratch(self, name):
-        return os.path.join(self.desktop.scratch_dir, name)
+        return os.path.join(self.root, "scratch", name)
 
     def binary(self, name):
-        return os.path.join(self.bin_dir, name)
+        return os.path.join(self.build_dir, "bin", name)
 
     def require_binary(self, name):
         path = self.binary(name)
         if not os.access(path, os.X_OK):
-            raise ToolMissing("%s is not built: build the target %s in %s"
-                              % (path, name, self.build_dir))
+            raise ToolMissing("%s is not built: build the target %s" % (path, name))
         return path
 
-    # -- processes -----------------------------------------------------------
+    def spawn(self, name, argv, extra_env=None, pass_fds=(), death_signal=signal.SIGKILL):
+        """Starts a tracked process (argv[0] absolute); its output goes to logs/<name>.log."""
+        log, suffix = os.path.join(self.logs_dir, "%s.log" % name), 1
+        while os.path.exists(log):
+            suffix += 1
+            log = os.path.join(self.logs_dir, "%s-%d.log" % (name, suffix))
+        process = ManagedProcess(name, argv, dict(self.env, **(extra_env or {})), log,
+                                 pass_fds=pass_fds, cwd=self.home, death_signal=death_signal)
+        self.processes.append(process)
+        return process
 
     def launch(self, binary, args=(), extra_env=None):
-        """Starts a built program from <build>/bin with the session's environment."""
-        env = dict(self.env)
-        env.update(extra_env or {})
-        return self.desktop.spawn(binary, [self.require_binary(binary)] + list(args), env=env)
-
-    def spawn(self, name, argv, extra_env=None):
-        """Starts any program (argv[0] absolute) inside the session."""
-        env = dict(self.env)
-        env.update(extra_env or {})
-        return self.desktop.spawn(name, argv, env=env)
-
-    def process_tree(self):
-        return process_tree(self.desktop.token)
-
-    # -- files ---------------------------------------------------------------
+        """Starts a built program from <build>/bin."""
+        return self.spawn(binary, [self.require_binary(binary)] + list(args), extra_env)
 
     def file_tree(self, top=None):
-        """{relative path: content} of every file under `top` (default HOME)."""
+        """Relative paths of every file under `top` (default HOME)."""
         top = top or self.home
-        found = {}
-        for folder, _, files in os.walk(top):
-            for name in files:
-                path = os.path.join(folder, name)
-                try:
-                    with open(path, "rb") as f:
-                        data = f.read()
-                except OSError:
-                    continue
-                found[os.path.relpath(path, top)] = data
-        return found
-
-    # -- diagnostics ---------------------------------------------------------
+        return sorted(os.path.relpath(os.path.join(folder, name), top)
+                      for folder, _, files in os.walk(top) for name in files)
 
     def save_diagnostics(self, folder):
         """Screen, keymap, windows, processes and logs, for a failed test."""
         os.makedirs(folder, exist_ok=True)
         report = []
 
-        def attempt(title, action):
-            try:
-                action()
-            except Exception as error:  # noqa: BLE001 - diagnostics are best effort
-                report.append("%s failed: %s" % (title, error))
+        def write(name, text):
+            with open(os.path.join(folder, name), "w", encoding="utf-8") as f:
+                f.write(text)
 
         def windows():
-            lines = ["active: %s" % (hex(self.x.active_window_id() or 0))]
-            for wid in self.x.managed_window_ids():
-                info = self.x.window(wid)
-                lines.append("%s  %s" % (info, self.x.geometry(wid)))
-            _write(folder, "windows.txt", "\n".join(lines) + "\n")
-
-        if self.x is not None and self.desktop.display:
-            attempt("screenshot", lambda: self.x.screenshot(os.path.join(folder, "screen.png")))
-            attempt("keymap", lambda: _write(folder, "keymap.txt", self.x.text(["xmodmap", "-pm"])
-                                             + "\n" + self.x.text(["xmodmap", "-pke"])))
-            attempt("windows", windows)
-        tree = self.process_tree()
-        _write(folder, "processes.txt", tree)
-        _write(folder, "home-files.txt",
-               "\n".join("%8d  %s" % (len(data), path)
-                         for path, data in sorted(self.file_tree().items())) + "\n")
-        if os.path.isdir(self.desktop.logs_dir):
-            shutil.copytree(self.desktop.logs_dir, os.path.join(folder, "logs"),
-                            dirs_exist_ok=True)
-        report.append("process tree:\n" + tree)
-        for process in self.desktop.processes:
-            if process.name not in _DESKTOP_SERVICES:
-                tail = process.log_text().splitlines()[-20:]
-                report.append("%s (pid %d, status %s), last lines of its output:\n%s"
-                              % (process.name, process.pid, process.returncode, "\n".join(tail)))
+            return "\n".join(["active: %s" % hex(self.x.active_window_id() or 0)]
+                             + ["%s  %s" % (self.x.window(w), self.x.geometry(w))
+                                for w in self.x.managed_window_ids()]) + "\n"
+        if self.x is not None and self.display:
+            for title, action in (
+                    ("screenshot", lambda: self.x.screenshot(os.path.join(folder, "screen.png"))),
+                    ("keymap", lambda: write("keymap.txt", self.x.text(["xmodmap", "-pm"])
+                                             + "\n" + self.x.text(["xmodmap", "-pke"]))),
+                    ("windows", lambda: write("windows.txt", windows()))):
+                try:
+                    action()
+                except Exception as error:  # noqa: BLE001 - diagnostics are best effort
+                    report.append("%s failed: %s" % (title, error))
+        table = process_table(self.token)
+        write("processes.txt", table)
+        write("home-files.txt", "\n".join(self.file_tree()) + "\n")
+        shutil.copytree(self.logs_dir, os.path.join(folder, "logs"), dirs_exist_ok=True)
+        report.append("processes:\n" + table)
+        for p in self.processes:
+            if p.name not in _DESKTOP_SERVICES:
+                report.append("%s (pid %d, status %s), last lines of its output:\n%s" % (
+                    p.name, p.pid, p.returncode, "\n".join(p.log_text().splitlines()[-20:])))
         return "\n".join(report)
-
-
-_DESKTOP_SERVICES = ("Xvfb", "openbox", "trayer", "pulseaudio")
-
-
-def _write(folder, name, text):
-    with open(os.path.join(folder, name), "w", encoding="utf-8") as f:
-        f.write(text)
 
 
 class SystemTestCase(unittest.TestCase):
     """Base class: sessions opened by a test are closed (with diagnostics) after it."""
 
     SCREEN = (1920, 1080)
-    SCALE = 1.0
     options = None   # set by main()
+
+    def _new_session(self, screen=None, scale=None, tray=True, audio=True):
+        return Session(self.options.build_dir, screen or self.SCREEN, scale or 1.0, tray, audio).start()
 
     def start_session(self, screen=None, scale=None, tray=True, audio=True):
         """A running session that lives until the end of the test."""
@@ -234,31 +265,27 @@ class SystemTestCase(unittest.TestCase):
         self.addCleanup(self._finish, session, None)
         return session
 
+    @contextlib.contextmanager
     def session_scope(self, label, screen=None, scale=None):
         """A session for a `with` block (one row of a table): closed when the block ends."""
-        return _Scope(self, label, screen, scale)
-
-    def _new_session(self, screen, scale, tray=True, audio=True):
-        options = self.options or default_options()
-        session = Session(options.build_dir, screen=screen or self.SCREEN,
-                          scale=scale or self.SCALE, tray=tray, audio=audio)
-        return session.start()
-
-    def _has_failed(self):
-        # Cleanups run with unittest's success flag reset, so ask the result instead.
-        result = getattr(getattr(self, "_outcome", None), "result", None)
-        if result is None:
-            return True
-        return any(test is self or getattr(test, "test_case", None) is self
-                   for test, _ in list(result.failures) + list(result.errors))
+        session = self._new_session(screen, scale)
+        try:
+            yield session
+        except BaseException:
+            self._finish(session, label, failed=True)
+            raise
+        self._finish(session, label, failed=False)
 
     def _finish(self, session, label, failed=None):
         if failed is None:
-            failed = self._has_failed()
-        options = self.options or default_options()
-        if failed or options.keep_artifacts:
+            # Cleanups run with unittest's success flag reset, so ask the result instead.
+            result = getattr(getattr(self, "_outcome", None), "result", None)
+            failed = result is None or any(
+                test is self or getattr(test, "test_case", None) is self
+                for test, _ in list(result.failures) + list(result.errors))
+        if failed or self.options.keep_artifacts:
             name = self.id().split(".", 1)[-1] + ("-" + label if label else "")
-            folder = os.path.join(options.artifacts_dir, name)
+            folder = os.path.join(self.options.artifacts_dir, name)
             shutil.rmtree(folder, ignore_errors=True)
             report = session.save_diagnostics(folder)
             if failed:
@@ -266,56 +293,28 @@ class SystemTestCase(unittest.TestCase):
         session.close()
 
 
-class _Scope:
-    def __init__(self, case, label, screen, scale):
-        self.case, self.label, self.screen, self.scale = case, label, screen, scale
-        self.session = None
-
-    def __enter__(self):
-        self.session = self.case._new_session(self.screen, self.scale)
-        return self.session
-
-    def __exit__(self, exc_type, exc, tb):
-        self.case._finish(self.session, self.label, failed=exc_type is not None)
-        return False
-
-
-def default_options():
-    here = os.path.dirname(os.path.abspath(__file__))
-    build_dir = os.environ.get("VISTREL_BUILD_DIR",
-                               os.path.join(os.path.dirname(os.path.dirname(here)), "build"))
-    return Options(build_dir, os.path.join(build_dir, "Testing", "system-artifacts"), False)
-
-
 def main():
     """Command line of every test file: --build-dir, --list, then unittest's own."""
     parser = argparse.ArgumentParser(add_help=False)
-    parser.add_argument("--build-dir")
+    parser.add_argument("--build-dir", default=os.environ.get("VISTREL_BUILD_DIR", os.path.join(
+        os.path.dirname(os.path.abspath(__file__)), "..", "..", "build")))
     parser.add_argument("--artifacts-dir")
     parser.add_argument("--keep-artifacts", action="store_true")
-    parser.add_argument("--list", action="store_true",
-                        help="print the test names, one per line, and exit")
+    parser.add_argument("--list", action="store_true")
     known, rest = parser.parse_known_args()
-    defaults = default_options()
-    build_dir = os.path.abspath(known.build_dir) if known.build_dir else defaults.build_dir
-    SystemTestCase.options = Options(
-        build_dir,
-        os.path.abspath(known.artifacts_dir) if known.artifacts_dir
-        else os.path.join(build_dir, "Testing", "system-artifacts"),
-        known.keep_artifacts)
+    build_dir = os.path.abspath(known.build_dir)
+    SystemTestCase.options = types.SimpleNamespace(
+        build_dir=build_dir, keep_artifacts=known.keep_artifacts,
+        artifacts_dir=os.path.abspath(known.artifacts_dir or os.path.join(
+            build_dir, "Testing", "system-artifacts")))
     module = sys.modules["__main__"]
     if known.list:
-        suite = unittest.defaultTestLoader.loadTestsFromModule(module)
-        for test in _flatten(suite):
-            print(test.id().split(".", 1)[1])
+        print("\n".join(_names(unittest.defaultTestLoader.loadTestsFromModule(module))))
         return
-    _open_sessions.install()
+    install_teardown()
     unittest.main(module=module, argv=[sys.argv[0]] + rest, verbosity=2)
 
 
-def _flatten(suite):
+def _names(suite):
     for item in suite:
-        if isinstance(item, unittest.TestSuite):
-            yield from _flatten(item)
-        else:
-            yield item
+        yield from _names(item) if isinstance(item, unittest.TestSuite) else [item.id().split(".", 1)[1]]

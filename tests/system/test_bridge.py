@@ -1,55 +1,57 @@
 #!/usr/bin/env python3
-"""Keyboard bridge, end to end: Windows Mode on the X keymap, the toggle, custom mappings."""
+"""Keyboard bridge, end to end: Windows Mode on the X keymap, Command+Tab and Command+Shift+Tab
+through the running applications by pid, the toggle, custom mappings."""
 
 import harness
-from vistrel_app import (COMMAND_TAB, CONTROL_TAB, KEY_CAPS_LOCK, MAIN_SIZE, MAPPING_SIZE,
+from vistrel_app import (COMMAND_SHIFT_TAB, COMMAND_TAB, CONTROL_TAB, KEY_CAPS_LOCK, MAIN_SIZE, MAPPING_SIZE,
                          PILL_CENTRE, VistrelApp, swap_only_problems, swap_problems)
 
 
 class BridgeTests(harness.SystemTestCase):
 
-    def _launch_and_check_swap(self, session):
-        x = session.x
-        before = x.keymap()
-        self.assertTrue(swap_problems(before), "the fresh X server already shows the swap")
-        app = VistrelApp(session)
-        app.launch()
-        main = app.main_window()
-        size = lambda w, h: (int(w * session.scale), int(h * session.scale))  # noqa: E731
-        geometry = x.geometry(main.id)
-        self.assertEqual((geometry.width, geometry.height), size(*MAIN_SIZE))
-        app.wait_swapped()
-        mapping = app.open_mapping_window()
-        geometry = x.geometry(mapping.id)
-        self.assertEqual((geometry.width, geometry.height), size(*MAPPING_SIZE))
-        app.wait_pill(mapping, "active")
-        self.assertEqual(swap_only_problems(before, x.keymap()), [])
+    def test_launch_swaps_modifiers_at_scale_1_and_2(self):
+        for label, screen, scale in (("scale-1", (1920, 1080), 1.0), ("scale-2", (3840, 2160), 2.0)):
+            with self.subTest(label), self.session_scope(label, screen, scale) as session:
+                x = session.x
+                before = x.keymap()
+                self.assertTrue(swap_problems(before), "the fresh X server already shows the swap")
+                app = VistrelApp(session)
+                app.launch()
+                geometry = x.geometry(app.main_window().id)
+                self.assertEqual((geometry.width, geometry.height), tuple(int(v * scale) for v in MAIN_SIZE))
+                app.wait_swapped()
+                mapping = app.open_mapping_window()
+                geometry = x.geometry(mapping.id)
+                self.assertEqual((geometry.width, geometry.height), tuple(int(v * scale) for v in MAPPING_SIZE))
+                app.wait_pill(mapping, "active")
+                self.assertEqual(swap_only_problems(before, x.keymap()), [])
 
-    def test_launch_swaps_modifiers(self):
-        self._launch_and_check_swap(self.start_session())
-
-    def test_launch_swaps_modifiers_at_scale_2(self):
-        self._launch_and_check_swap(self.start_session(screen=(3840, 2160), scale=2.0))
-
-    def test_toggle_pauses_bridge_and_moves_hot_keys_to_super(self):
+    def test_command_tab_cycles_in_pid_order_and_the_toggle_moves_it_to_super(self):
         session = self.start_session()
         x = session.x
         before = x.keymap()
-        helpers = [session.launch("vistrel-test-window", ["--title", title])
-                   for title in ("Alpha", "Beta")]
-        windows = [x.wait_for_window(name=title, pid=p.pid)
-                   for title, p in zip(("Alpha", "Beta"), helpers)]
+        titles = ("Alpha", "Beta", "Gamma")
+        helpers = [session.launch("vistrel-test-window", ["--title", title]) for title in titles]
+        windows = [x.wait_for_window(name=title, pid=p.pid) for title, p in zip(titles, helpers)]
         app = VistrelApp(session)
         app.launch()
         _, mapping = app.wait_ready()
+        order = sorted([app.pid] + [p.pid for p in helpers])
+        position = order.index(harness.wait_until(x.active_pid, 20, "an active window"))
+        # A full lap each way, so both wrap-arounds are crossed.
+        steps = [(COMMAND_TAB, 1)] * len(order) + [(COMMAND_SHIFT_TAB, -1)] * len(order)
+        for number, (keys, step) in enumerate(steps, 1):
+            position = (position + step) % len(order)
+            x.press_keycodes(keys)
+            harness.wait_until(lambda: x.active_pid() == order[position], 20,
+                               "step %d (%s): pid %d in front, order %s" % (number, keys, order[position], order))
 
         x.click(mapping.id, *PILL_CENTRE, scale=session.scale)
         app.wait_pill(mapping, "paused")
         x.wait_keymap(lambda k: not k.differences(before), 20, "the keymap from before launch")
 
-        # Three applications: had Control+Tab switched too, two steps would land
-        # elsewhere than the one step Super+Tab makes.
-        order = sorted([app.process.pid] + [p.pid for p in helpers])
+        # Had Control+Tab switched too, two steps would land elsewhere than the one step
+        # Super+Tab makes.
         x.activate(windows[0].id)
         harness.wait_until(lambda: x.active_pid() == helpers[0].pid, 20, "Alpha in front")
         x.press_keycodes(CONTROL_TAB)
@@ -70,14 +72,7 @@ class BridgeTests(harness.SystemTestCase):
         app = VistrelApp(session)
         app.launch()
         _, mapping = app.wait_ready()
-        harness.wait_until(lambda: x.active_window_id() == mapping.id, 20,
-                           "the key-mapping window to have the keyboard")
-
-        x.type_text("Caps")          # source combo: selects "Caps Lock"
-        x.key("Tab")
-        x.type_text("Es")            # destination combo: selects "Escape"
-        x.key("Tab")
-        x.key("space")               # "＋"
+        app.add_caps_lock_to_escape(mapping)
         after = x.wait_keymap(lambda k: k.first_keysym(KEY_CAPS_LOCK) == "Escape", 20,
                               "Caps Lock to carry Escape")
         self.assertEqual(swap_problems(after), [])

@@ -3,7 +3,6 @@
 what a capture saved, and says in one line when it cannot."""
 
 import os
-import re
 import subprocess
 import time
 
@@ -11,21 +10,18 @@ from PIL import Image
 
 import harness
 from procs import session_processes
-from test_recording import HUD_TITLE, probe
-from test_screenshot import paint_root, pattern_rgb, pattern_rows
-from vistrel_app import MAIN_TITLE_PREFIX, VistrelApp, swap_problems
-
-NAME = re.compile(r"^Screenshot_\d{4}-\d\d-\d\d_\d\d-\d\d-\d\d(_\d+)?\.png$")
+from test_recording import HUD_TITLE, NAME, probe
+from vistrel_app import MAIN_TITLE_PREFIX, SCREENSHOT_NAME, VistrelApp, swap_problems
+from xtools import pattern_rgb
 
 
 class Command:
     """One `vistrel ...` run in the background, its output captured apart."""
 
     def __init__(self, session, args, env=None):
-        self.popen = subprocess.Popen([session.require_binary("vistrel")] + list(args),
-                                      env=env if env is not None else session.env,
-                                      cwd=session.home, stdin=subprocess.DEVNULL,
-                                      stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+        self.popen = subprocess.Popen([session.require_binary("vistrel")] + list(args), env=env or session.env,
+                                      cwd=session.home, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                                      stderr=subprocess.PIPE, text=True)
 
     def finish(self, timeout=30):
         """(exit status, stdout, stderr)."""
@@ -33,32 +29,31 @@ class Command:
             out, err = self.popen.communicate(timeout=timeout)
         except subprocess.TimeoutExpired:
             self.popen.kill()
-            out, err = self.popen.communicate()
-            raise AssertionError("vistrel still running after %d s; said %r %r" % (timeout, out, err))
-        return self.popen.returncode, out.decode(), err.decode()
+            raise AssertionError("vistrel still running after %d s; said %r" % (timeout, self.popen.communicate()))
+        return self.popen.returncode, out, err
 
 
-def run(session, args, env=None, timeout=30):
-    return Command(session, args, env).finish(timeout)
-
-
-def app_pids(session):
-    """Running copies of the app in this session: the binary started without a command."""
-    return {p.pid for p in session_processes(session.desktop.token) if p.args == session.binary("vistrel")}
+def run(session, args, env=None):
+    return Command(session, args, env).finish()
 
 
 def running_app(session):
-    """The one copy of the app the command started, once it runs."""
+    """The one copy of the app the command started (the binary run without a command)."""
     pids = harness.wait_until(lambda: app_pids(session), 40, "the app to start")
     return VistrelApp(session, pid=min(pids))
 
 
+def app_pids(session):
+    return {p.pid for p in session_processes(session.token) if p.args == session.binary("vistrel")}
+
+
 class CommandLineTests(harness.SystemTestCase):
 
-    def test_screenshot_starts_the_app_prints_the_png_and_escape_exits_1(self):
+    def test_screenshot_mapping_and_quit_through_the_app_the_first_command_started(self):
         session = self.start_session()
-        width, height = session.desktop.screen
-        paint_root(session.env["DISPLAY"], width, height, pattern_rows(width, height))
+        x = session.x
+        before = x.keymap()
+        session.x.paint_pattern(*session.screen, session.scratch("pattern.png"))
         self.assertEqual(app_pids(session), set())
 
         # Nothing runs yet: the command starts the app, then the capture.
@@ -72,7 +67,7 @@ class CommandLineTests(harness.SystemTestCase):
         path = out.rstrip("\n")
         self.assertEqual(out, path + "\n")
         self.assertEqual(os.path.dirname(path), session.desktop_dir)
-        self.assertRegex(os.path.basename(path), NAME)
+        self.assertRegex(os.path.basename(path), SCREENSHOT_NAME)
         with Image.open(path) as image:
             self.assertEqual(image.size, (w, h))
             self.assertEqual(image.convert("RGB").getpixel((5, 7)), pattern_rgb(x0 + 5, y0 + 7))
@@ -86,7 +81,23 @@ class CommandLineTests(harness.SystemTestCase):
         self.assertEqual(cancelled.finish(), (1, "", ""))
         self.assertEqual(sorted(os.listdir(session.desktop_dir)), [os.path.basename(path)])
         self.assertEqual(app_pids(session), pids)
+
+        # Mapping and quit take effect before the command returns.
+        app.wait_swapped()
+        for args, swapped in ((["mapping", "off"], False), (["mapping", "on"], True), (["mapping", "on"], True),
+                              (["mapping", "off"], False), (["mapping", "on"], True)):
+            with self.subTest(" ".join(args)):
+                self.assertEqual(run(session, args), (0, "", ""))
+                if swapped:
+                    self.assertEqual(swap_problems(x.keymap()), [])
+                else:
+                    self.assertEqual(x.keymap().differences(before), [])
         self.assertEqual(run(session, ["quit"]), (0, "", ""))
+        self.assertEqual(x.keymap().differences(before), [])
+        harness.wait_until(lambda: not app_pids(session), 5, "the app to exit")
+        # Nothing runs now; quitting again starts nothing and is no error.
+        self.assertEqual(run(session, ["quit"]), (0, "", ""))
+        self.assertEqual((x.windows(prefix=MAIN_TITLE_PREFIX), app_pids(session)), ([], set()))
 
     def test_record_twice_prints_the_mp4(self):
         session = self.start_session()
@@ -101,7 +112,7 @@ class CommandLineTests(harness.SystemTestCase):
         self.assertEqual((status, err), (0, ""), out)
         path = out.rstrip("\n")
         self.assertEqual(os.path.dirname(path), os.path.join(session.documents_dir, "Vistrel", "Recordings"))
-        self.assertRegex(os.path.basename(path), r"^Recording_[\d_-]+\.mp4$")
+        self.assertRegex(os.path.basename(path), NAME)
         # The first command, which started the recording, reports the same file.
         self.assertEqual(first.finish(), (0, path + "\n", ""))
         streams, duration = probe(path)
@@ -109,32 +120,6 @@ class CommandLineTests(harness.SystemTestCase):
         self.assertIn("audio", streams)
         self.assertGreater(duration, 1.5)
         self.assertEqual(run(session, ["quit"]), (0, "", ""))
-
-    def test_mapping_and_quit_take_effect_before_the_command_returns(self):
-        session = self.start_session()
-        x = session.x
-        before = x.keymap()
-        app = VistrelApp(session)
-        app.launch()
-        app.main_window()
-        app.wait_swapped()
-        # (arguments, the keymap's problems with the swap are expected: none / some)
-        for args, swapped in ((["mapping", "off"], False), (["mapping", "on"], True),
-                              (["mapping", "on"], True), (["mapping", "off"], False),
-                              (["mapping", "on"], True)):
-            with self.subTest(" ".join(args)):
-                self.assertEqual(run(session, args), (0, "", ""))
-                keymap = x.keymap()
-                if swapped:
-                    self.assertEqual(swap_problems(keymap), [])
-                else:
-                    self.assertEqual(keymap.differences(before), [])
-        self.assertEqual(run(session, ["quit"]), (0, "", ""))
-        self.assertEqual(x.keymap().differences(before), [])
-        self.assertEqual(app.process.wait(5), 0)
-        # Nothing runs now; quitting again starts nothing and is no error.
-        self.assertEqual(run(session, ["quit"]), (0, "", ""))
-        self.assertEqual(x.windows(prefix=MAIN_TITLE_PREFIX), [])
 
     def test_help_version_bad_arguments_and_no_usable_display(self):
         session = self.start_session(tray=False, audio=False)

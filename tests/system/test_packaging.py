@@ -6,7 +6,6 @@ the .tar.gz bundle started from Downloads moves to ~/Applications/Vistrel and re
 import glob
 import os
 import re
-import shutil
 import subprocess
 import tarfile
 import time
@@ -19,31 +18,19 @@ from vistrel_app import MAIN_TITLE_PREFIX, VistrelApp, swap_problems
 ICON_SIZES = (16, 22, 24, 32, 48, 64, 128, 256, 512)
 
 
-def tool(name):
-    path = shutil.which(name)
-    if path is None:
-        raise harness.ToolMissing("%s is not installed (scripts/setup.sh installs it)" % name)
-    return path
-
-
-def make_package(session, generator):
+def make_package(session, generator, suffix):
     """Runs CPack on the build tree into a scratch folder; the one package file it made."""
     out = session.scratch("packages-" + generator)
-    config = os.path.join(session.build_dir, "CPackConfig.cmake")
-    result = subprocess.run([tool("cpack"), "-G", generator, "-B", out, "--config", config],
-                            capture_output=True, timeout=240)
-    if result.returncode != 0:
-        raise AssertionError("cpack -G %s failed:\n%s%s" % (generator, result.stdout.decode(),
-                                                            result.stderr.decode()))
-    pattern = {"DEB": "*.deb", "TGZ": "*.tar.gz"}[generator]
-    found = glob.glob(os.path.join(out, pattern))
-    if len(found) != 1:
-        raise AssertionError("cpack made %r" % found)
+    status, output = checked([harness.tool_path("cpack"), "-G", generator, "-B", out, "--config",
+                              os.path.join(session.build_dir, "CPackConfig.cmake")], timeout=240)
+    found = glob.glob(os.path.join(out, "*" + suffix))
+    if status != 0 or len(found) != 1:
+        raise AssertionError("cpack -G %s made %r:\n%s" % (generator, found, output))
     return found[0]
 
 
-def checked(argv, **kwargs):
-    result = subprocess.run(argv, capture_output=True, timeout=120, **kwargs)
+def checked(argv, timeout=120, **kwargs):
+    result = subprocess.run(argv, capture_output=True, timeout=timeout, **kwargs)
     return result.returncode, (result.stdout + result.stderr).decode("utf-8", "replace")
 
 
@@ -51,9 +38,9 @@ class PackagingTests(harness.SystemTestCase):
 
     def test_deb_installs_validates_and_runs_with_its_keymap_tool(self):
         session = self.start_session()
-        deb = make_package(session, "DEB")
+        deb = make_package(session, "DEB", ".deb")
 
-        fields = subprocess.run([tool("dpkg-deb"), "-f", deb, "Package", "Version", "Depends"],
+        fields = subprocess.run([harness.tool_path("dpkg-deb"), "-f", deb, "Package", "Version", "Depends"],
                                 capture_output=True, check=True).stdout.decode()
         self.assertIn("Package: vistrel\n", fields)
         depends = {d.strip().split(" ")[0] for d in
@@ -70,16 +57,16 @@ class PackagingTests(harness.SystemTestCase):
             os.makedirs(os.path.join(admin, folder))
         for name in ("status", "available"):
             open(os.path.join(admin, name), "w").close()
-        status, output = checked([tool("dpkg"), "--root=" + root, "--force-depends",
+        status, output = checked([harness.tool_path("dpkg"), "--root=" + root, "--force-depends",
                                   "--force-script-chrootless", "--no-triggers", "-i", deb])
         self.assertEqual(status, 0, output)
-        status, output = checked([tool("dpkg"), "--root=" + root, "-s", "vistrel"])
+        status, output = checked([harness.tool_path("dpkg"), "--root=" + root, "-s", "vistrel"])
         self.assertIn("Status: install ok installed", output)
 
         usr = os.path.join(root, "usr")
         desktop_file = os.path.join(usr, "share", "applications", "vistrel.desktop")
-        self.assertEqual(checked([tool("desktop-file-validate"), desktop_file]), (0, ""))
-        status, output = checked([tool("appstreamcli"), "validate", "--no-net",
+        self.assertEqual(checked([harness.tool_path("desktop-file-validate"), desktop_file]), (0, ""))
+        status, output = checked([harness.tool_path("appstreamcli"), "validate", "--no-net",
                                   os.path.join(usr, "share", "metainfo", "local.tarnwick.Vistrel.metainfo.xml")])
         self.assertEqual(status, 0, output)
         icons = os.path.join(usr, "share", "icons", "hicolor")
@@ -93,7 +80,7 @@ class PackagingTests(harness.SystemTestCase):
                 self.assertEqual(icon.getpixel((size // 2, size // 5))[3], 255)
         binaries = os.path.join(usr, "bin")
         self.assertEqual(sorted(os.listdir(binaries)), ["vistrel", "vistrel-keymap"])
-        file_type = subprocess.run([tool("file"), "-b", os.path.join(binaries, "vistrel")],
+        file_type = subprocess.run([harness.tool_path("file"), "-b", os.path.join(binaries, "vistrel")],
                                    capture_output=True, check=True).stdout.decode()
         self.assertIn("stripped", file_type)
         self.assertNotIn("not stripped", file_type)
@@ -114,7 +101,7 @@ class PackagingTests(harness.SystemTestCase):
 
     def test_bundle_from_downloads_moves_to_applications_and_relaunches_once(self):
         session = self.start_session()
-        bundle_archive = make_package(session, "TGZ")
+        bundle_archive = make_package(session, "TGZ", ".tar.gz")
         downloads = os.path.join(session.home, "Downloads")
         with tarfile.open(bundle_archive) as archive:
             archive.extractall(downloads)

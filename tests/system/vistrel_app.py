@@ -1,23 +1,24 @@
-"""What the system tests know about the app: window titles, control positions,
-colours and the keymap that Windows Mode produces, plus a driver that uses them.
-"""
+"""What the system tests know about the app: window titles, control positions, colours and
+the keymap that Windows Mode produces, plus a driver that uses them as a user would."""
 
 import json
 import os
+import re
 import signal
 
-from procs import WaitTimeout, wait_until
-from xtools import sqlite_rows
+from procs import wait_until
+from xtools import find_pattern, sqlite_rows
 
 MAIN_TITLE_PREFIX = "Vistrel "
 MAPPING_TITLE = "Vistrel · Ánh xạ phím"
+EDITOR_TITLE = "Chỉnh sửa ảnh — Vistrel"
 MAIN_SIZE = (1080, 760)                 # client size in points
 MAPPING_SIZE = (720, 470)
 MAPPING_BUTTON = (964, 49)              # "⌨  Ánh xạ phím" on the main window
 PILL_CENTRE = (617, 52)                 # bridge toggle on the key-mapping window
 PILL_BACKGROUND = (566, 52)             # plain pill background, clear of the text
-PILL_ACTIVE_RGB = (19, 21, 19)
-PILL_PAUSED_RGB = (214, 214, 214)       # white level 0.84
+PILL_COLOURS = {"active": (19, 21, 19), "paused": (214, 214, 214)}
+SCREENSHOT_NAME = re.compile(r"^Screenshot_\d{4}-\d\d-\d\d_\d\d-\d\d-\d\d(_\d+)?\.png$")
 
 # Physical X keycodes (evdev) of the keys the tests press.
 KEY_CONTROL_L, KEY_CONTROL_R = 37, 105
@@ -41,6 +42,7 @@ COMMAND_TAB = chord(KEY_SUPER_L, KEY_TAB)                  # physical Command = 
 COMMAND_SHIFT_TAB = chord(KEY_SUPER_L, KEY_SHIFT_L, KEY_TAB)
 COMMAND_Q = chord(KEY_SUPER_L, KEY_Q)
 CONTROL_TAB = chord(KEY_CONTROL_L, KEY_TAB)
+COMMAND_4, COMMAND_5, COMMAND_6 = (chord(KEY_SUPER_L, k) for k in (13, 14, 15))
 
 
 def swap_problems(keymap):
@@ -67,16 +69,20 @@ def swap_only_problems(before, after):
         if before.modifiers.get(name) != after.modifiers.get(name):
             problems.append("%s changed: %s -> %s" % (name, sorted(before.modifiers.get(name, ())),
                                                       sorted(after.modifiers.get(name, ()))))
-    expected_control = (set(before.modifiers.get("control", ())) - set(SWAP)) | {
-        KEY_SUPER_L, KEY_SUPER_R}
+    expected_control = (set(before.modifiers.get("control", ())) - set(SWAP)) | {KEY_SUPER_L, KEY_SUPER_R}
     if set(after.modifiers.get("control", ())) != expected_control:
         problems.append("control is %s, expected %s" % (
             sorted(after.modifiers.get("control", ())), sorted(expected_control)))
     return problems
 
 
-def _near(rgb, target, tolerance=8):
+def near(rgb, target, tolerance=3):
     return all(abs(a - b) <= tolerance for a, b in zip(rgb, target))
+
+
+def read(path):
+    with open(path, "rb") as f:
+        return f.read()
 
 
 class VistrelApp:
@@ -84,40 +90,28 @@ class VistrelApp:
 
     def __init__(self, session, pid=None):
         """pid: a copy started by someone else, such as the command line."""
-        self.session = session
-        self.x = session.x
-        self.process = None
-        self._pid = pid
+        self.session, self.x = session, session.x
+        self.process, self._pid = None, pid
+        self.support_dir = os.path.join(session.data_home, "Vistrel")
+        self.mappings_file = os.path.join(self.support_dir, "key-mappings.json")
+        self.history_db = os.path.join(self.support_dir, "history.db")
 
     @property
     def pid(self):
         return self.process.pid if self.process else self._pid
 
-    @property
-    def support_dir(self):
-        return os.path.join(self.session.data_home, "Vistrel")
-
-    @property
-    def mappings_file(self):
-        return os.path.join(self.support_dir, "key-mappings.json")
-
-    @property
-    def history_db(self):
-        return os.path.join(self.support_dir, "history.db")
-
     def read_mappings(self):
-        with open(self.mappings_file, "rb") as f:
-            return json.loads(f.read().decode("utf-8"))
+        with open(self.mappings_file, encoding="utf-8") as f:
+            return json.load(f)
 
-    def launch(self, args=()):
-        self.process = self.session.launch("vistrel", args)
+    def launch(self, args=(), extra_env=None):
+        self.process = self.session.launch("vistrel", args, extra_env)
         return self.process
 
     def main_window(self, timeout=30):
         try:
-            return self.x.wait_for_window(prefix=MAIN_TITLE_PREFIX, pid=self.pid,
-                                          timeout=timeout)
-        except WaitTimeout:
+            return self.x.wait_for_window(prefix=MAIN_TITLE_PREFIX, pid=self.pid, timeout=timeout)
+        except AssertionError:
             if not self.process.alive():
                 raise AssertionError("the app exited with status %s before showing its window:\n%s"
                                      % (self.process.returncode, self.process.log_text()))
@@ -125,63 +119,79 @@ class VistrelApp:
 
     def full_screen_windows(self):
         """The app's viewable windows that cover the whole screen: its region selectors."""
-        width, height = self.session.desktop.screen
-        out = self.x.run(["xdotool", "search", "--onlyvisible", "--pid", str(self.pid), ""],
-                         check=False).stdout.decode()
-        found = []
-        for wid in (int(w) for w in out.split()):
-            try:
-                g = self.x.geometry(wid)
-                # xdotool also lists the root and frames of the window manager's, not ours.
-                owned = self.x.window(wid).pid == self.pid
-            except RuntimeError:
-                continue   # closed while we looked
-            if owned and (g.x, g.y, g.width, g.height) == (0, 0, width, height):
-                found.append(wid)
-        return found
+        return [wid for wid, g in self.x.visible_windows(self.pid)
+                if (g.x, g.y, g.width, g.height) == (0, 0) + tuple(self.session.screen)]
 
     def selector(self):
         """The region selector's window once it is on screen, else None."""
-        found = self.full_screen_windows()
-        return found[0] if found else None
+        return (self.full_screen_windows() or [None])[0]
+
+    def open_selector(self, keys=COMMAND_4):
+        self.x.press_keycodes(keys)
+        return wait_until(self.selector, 20, "the region selector to cover the screen")
+
+    def desktop_pngs(self):
+        return sorted(n for n in os.listdir(self.session.desktop_dir) if n.endswith(".png"))
+
+    def capture(self, x, y, w, h):
+        """Command+4 and a drag over a region (root pixels); returns the new PNG's path and
+        the editor that opens on it."""
+        editors = self.x.windows(name=EDITOR_TITLE, pid=self.pid)
+        before = self.desktop_pngs()
+        self.open_selector()
+        self.x.drag_line(x, y, x + w, y + h)
+        names = wait_until(lambda: [n for n in self.desktop_pngs() if n not in before], 20, "a new PNG")
+        editor = wait_until(lambda: [e for e in self.x.windows(name=EDITOR_TITLE, pid=self.pid)
+                                     if e not in editors], 20, "the editor of %s" % names[0])[0]
+        return os.path.join(self.session.desktop_dir, names[0]), editor
+
+    def canvas_origin(self, editor, x0, y0):
+        """Root position of a capture's first pixel, the pattern's (x0, y0), once the editor shows it."""
+        scratch = self.session.scratch("editor.png")
+
+        def located():
+            found = find_pattern(self.x.screenshot(scratch, editor.id), x0, y0)
+            frame = self.x.geometry(editor.id)
+            return found and (frame.x + found[0], frame.y + found[1])
+        return wait_until(located, 20, "the capture on the editor's canvas")
 
     def open_mapping_window(self, timeout=30):
-        main = self.main_window()
-        self.x.click(main.id, *MAPPING_BUTTON, scale=self.session.scale)
+        self.x.click(self.main_window().id, *MAPPING_BUTTON, scale=self.session.scale)
         return self.x.wait_for_window(name=MAPPING_TITLE, pid=self.pid, timeout=timeout)
 
     def pill_state(self, window):
         """"active", "paused", or the sampled colour when it is neither."""
-        rgb = self.x.pixel(window.id, *PILL_BACKGROUND, scale=self.session.scale,
-                           scratch_path=self.session.scratch("pill.png"))
-        if _near(rgb, PILL_ACTIVE_RGB):
-            return "active"
-        if _near(rgb, PILL_PAUSED_RGB):
-            return "paused"
-        return rgb
+        rgb = self.x.screenshot(self.session.scratch("pill.png"), window.id).getpixel(
+            tuple(int(round(v * self.session.scale)) for v in PILL_BACKGROUND))
+        return next((state for state, target in PILL_COLOURS.items() if near(rgb, target, 8)), rgb)
 
     def wait_pill(self, window, state, timeout=20):
-        wait_until(lambda: self.pill_state(window) == state, timeout,
-                   "the bridge pill to read %s" % state)
+        wait_until(lambda: self.pill_state(window) == state, timeout, "the bridge pill to read %s" % state)
 
     def wait_ready(self):
-        """Main window up, key-mapping window open and the bridge ACTIVE.
-
-        The pill turns active only after the hot keys were re-registered for the
-        swapped keymap, so key chords pressed after this reach the app.
-        """
+        """Main window up, key-mapping window open and the bridge ACTIVE. The pill turns
+        active only after the hot keys were registered for the swapped keymap, so key
+        chords pressed after this reach the app."""
         main = self.main_window()
         mapping = self.open_mapping_window()
         self.wait_pill(mapping, "active")
         return main, mapping
 
-    def ready_with_main_only(self):
+    def ready_with_main_only(self, extra_env=None):
         """Launched and ready, with the key-mapping window closed again: only the main
         window steps aside for a capture, so the other would stay in the picture."""
-        self.launch()
+        self.launch(extra_env=extra_env)
         main, mapping = self.wait_ready()
         self.x.close_window(mapping.id)
         return main
+
+    def add_caps_lock_to_escape(self, mapping):
+        """Types Caps Lock -> Escape into the key-mapping window and presses "＋"."""
+        wait_until(lambda: self.x.active_window_id() == mapping.id, 20, "the key-mapping window to have the keyboard")
+        self.x.type_text("Caps")          # source combo: selects "Caps Lock"
+        self.x.key("Tab")
+        self.x.type_text("Es")            # destination combo: selects "Escape"
+        self.x.key("Tab", "space")
 
     def main_shown(self, main):
         # By title, not id: showing a closed window again makes a new X window.
@@ -194,8 +204,10 @@ class VistrelApp:
         return sqlite_rows(self.history_db, "SELECT type, path FROM captures")
 
     def wait_swapped(self, timeout=20):
-        return self.x.wait_keymap(lambda k: not swap_problems(k), timeout,
-                                  "the Command/Control swap")
+        return self.x.wait_keymap(lambda k: not swap_problems(k), timeout, "the Command/Control swap")
+
+    def settle(self):
+        self.x.settle(self.pid)
 
     def terminate(self, timeout=20):
         """SIGTERM to the app alone (as a session ending would); returns the exit status."""

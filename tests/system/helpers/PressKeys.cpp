@@ -1,15 +1,8 @@
-// vistrel-test-keys: presses physical keys by X keycode through XTest.
-//
-//   vistrel-test-keys 133+23 133+50+23
-//
-// Each argument is one chord: the keys are pressed left to right and released
-// right to left, so "133+23" holds keycode 133, taps 23 and lets go of 133.
-// Keycodes bypass the keymap on purpose: the app under test rewrites it, and a
-// test wants "the key where Super sits" whatever symbol it carries right now.
-//
-//   vistrel-test-keys --hold 3000 133+23    holds the chord 3 s (the server auto-repeats)
-//   vistrel-test-keys --burst 133+13 133+13  all chords in one go, one round trip at the end
-//   vistrel-test-keys --modifiers           prints the logical modifier mask, e.g. "0"
+// vistrel-test-keys: presses physical keys by X keycode through XTest, bypassing the keymap
+// the app under test rewrites. Each argument is a chord ("133+23": hold 133, tap 23, let go).
+//   --hold MS CHORD    holds the chord MS milliseconds (the server auto-repeats)
+//   --burst CHORD...   all chords in one go, one round trip at the end
+//   --modifiers        prints the logical modifier mask, e.g. "0"
 
 #include <X11/XKBlib.h>
 #include <X11/Xlib.h>
