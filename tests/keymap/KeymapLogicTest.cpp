@@ -1,8 +1,7 @@
+#include "KeymapJson.h"
 #include "keymap/CommandLine.h"
 #include "keymap/HidUsageTable.h"
 #include "keymap/UserKeyMapping.h"
-
-#include <QByteArrayList>
 
 #include <gtest/gtest.h>
 
@@ -37,17 +36,6 @@ TEST(HidUsageTable, ReservedAndOutOfPageUsagesHaveNoKey)
     EXPECT_EQ(evdevCodeForUsage(0xE7), 126);  // KEY_RIGHTMETA: last entry
 }
 
-QByteArray entry(quint64 source, quint64 destination)
-{
-    return "{\"HIDKeyboardModifierMappingSrc\":" + QByteArray::number(source)
-        + ",\"HIDKeyboardModifierMappingDst\":" + QByteArray::number(destination) + "}";
-}
-
-QByteArray property(const QList<QByteArray> &entries)
-{
-    return "{\"UserKeyMapping\":[" + entries.join(',') + "]}";
-}
-
 // The app's own property is read in MappingContractTest.
 TEST(UserKeyMapping, AcceptsAnyMemberOrderAndWhitespace)
 {
@@ -60,35 +48,23 @@ TEST(UserKeyMapping, AcceptsAnyMemberOrderAndWhitespace)
 
 TEST(UserKeyMapping, RejectsBadPropertiesWithOneLine)
 {
-    const quint64 capsLock = 0x700000039;
     const quint64 escape = 0x700000029;
-    const struct {
-        const char *name;
-        QByteArray json;
-        const char *errorPart;
-    } cases[] = {
+    const QByteArray good = entry(0x700000039, escape);
+    const struct { const char *name; QByteArray json; const char *errorPart; } cases[] = {
         {"truncated", "{\"UserKeyMapping\":[", "invalid JSON"},
         {"top-level array", "[]", "JSON object"},
         {"missing member", "{}", "\"UserKeyMapping\" is missing"},
         {"not an array", "{\"UserKeyMapping\":{}}", "not an array"},
         {"other property", "{\"UserKeyMapping\":[],\"CapsLockDelayOverride\":0}", "unsupported property"},
         {"entry not an object", "{\"UserKeyMapping\":[7]}", "entry 1 is not an object"},
-        {"missing destination", "{\"UserKeyMapping\":[{\"HIDKeyboardModifierMappingSrc\":30064771129}]}",
+        {"missing destination", property({QByteArray(good).replace(",\"HIDKeyboardModifierMappingDst\":30064771113", "")}),
          "HIDKeyboardModifierMappingDst\" is missing"},
-        {"extra member", "{\"UserKeyMapping\":[{\"HIDKeyboardModifierMappingSrc\":30064771129,"
-                         "\"HIDKeyboardModifierMappingDst\":30064771113,\"x\":1}]}",
-         "unexpected member"},
-        {"string usage", "{\"UserKeyMapping\":[{\"HIDKeyboardModifierMappingSrc\":\"30064771129\","
-                         "\"HIDKeyboardModifierMappingDst\":30064771113}]}",
-         "not a non-negative integer"},
-        {"fraction", property({"{\"HIDKeyboardModifierMappingSrc\":30064771129.5,"
-                               "\"HIDKeyboardModifierMappingDst\":30064771113}"}),
-         "not a non-negative integer"},
-        {"negative", property({entry(capsLock, escape).replace("30064771113", "-1")}),
-         "not a non-negative integer"},
+        {"extra member", property({QByteArray(good).replace("}", ",\"x\":1}")}), "unexpected member"},
+        {"string usage", property({QByteArray(good).replace("30064771129", "\"30064771129\"")}), "not a non-negative integer"},
+        {"fraction", property({QByteArray(good).replace("30064771129", "30064771129.5")}), "not a non-negative integer"},
+        {"negative", property({QByteArray(good).replace("30064771113", "-1")}), "not a non-negative integer"},
         {"usage without page", property({entry(0x39, escape)}), "not a keyboard-page usage"},
-        {"reserved usage", property({entry(capsLock, escape), entry(0x700000003, escape)}),
-         "entry 2: keyboard usage 0x3 is not a known key"},
+        {"reserved usage", property({good, entry(0x700000003, escape)}), "entry 2: keyboard usage 0x3 is not a known key"},
         {"past the page", property({entry(0x700000100, escape)}), "not a known key"},
     };
     for (const auto &c : cases) {

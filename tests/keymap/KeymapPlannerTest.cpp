@@ -66,12 +66,7 @@ TEST(KeymapPlanner, ControlSuperSwapMovesWholeEntries)
 
 TEST(KeymapPlanner, ModifiersFollowTheDestinationKey)
 {
-    const struct {
-        const char *name;
-        std::map<int, int> mapping;
-        int bit;
-        std::vector<int> expected;
-    } cases[] = {
+    const struct { const char *name; std::map<int, int> mapping; int bit; std::vector<int> expected; } cases[] = {
         {"caps lock to escape leaves lock", {{12, 13}}, kLock, {}},
         {"letter to control joins control", {{15, 8}}, kControl, {8, 10, 15}},
         {"control to letter leaves control", {{8, 15}}, kControl, {10}},
@@ -97,12 +92,8 @@ TEST(KeymapPlanner, DestinationsAreReadFromTheOriginal)
 TEST(KeymapPlanner, WritesEveryStoredDifferenceButModifiers)
 {
     const KeymapSnapshot original = sampleKeymap();
-    const struct {
-        const char *name;
-        void (*change)(KeyEntry &);
-        bool written;
-        bool producesDifferently;
-    } cases[] = {
+    // The last keycode of the map, so neither scan may stop short of it.
+    const struct { const char *name; void (*change)(KeyEntry &); bool written, producesDifferently; } cases[] = {
         {"modifier only", [](KeyEntry &k) { k.modifiers = kShiftMask; }, false, true},
         {"keysym", [](KeyEntry &k) { k.keysyms[0] = kLowerA; }, true, true},
         {"action", [](KeyEntry &k) { k.actions = {0x1}; }, true, false},
@@ -113,12 +104,10 @@ TEST(KeymapPlanner, WritesEveryStoredDifferenceButModifiers)
     };
     for (const auto &c : cases) {
         KeymapSnapshot current = original;
-        c.change(current.key(13));
-        EXPECT_EQ(keycodesToWrite(current, original), c.written ? std::vector<int>{13} : std::vector<int>{})
-            << c.name;
+        c.change(current.key(16));
+        EXPECT_EQ(keycodesToWrite(current, original), c.written ? std::vector<int>{16} : std::vector<int>{}) << c.name;
         EXPECT_EQ(keycodesProducingDifferently(current, original),
-                  c.producesDifferently ? std::vector<int>{13} : std::vector<int>{})
-            << c.name;
+                  c.producesDifferently ? std::vector<int>{16} : std::vector<int>{}) << c.name;
     }
 }
 
@@ -131,11 +120,7 @@ TEST(KeymapPlanner, AdoptsWhatSomeoneElseChangedUnderTheMapping)
     KeymapSnapshot layout = original;
     layout.key(15).keysyms = {0x7a, 0x5a};
 
-    const struct {
-        const char *name;
-        KeymapSnapshot current;
-        std::optional<KeymapSnapshot> adopted;
-    } cases[] = {
+    const struct { const char *name; KeymapSnapshot current; std::optional<KeymapSnapshot> adopted; } cases[] = {
         {"our own keymap: nothing to adopt", inForce, std::nullopt},
         {"only actions re-derived: nothing to adopt",
          [&] { KeymapSnapshot k = inForce; k.key(8).actions = {0x9}; return k; }(), std::nullopt},
@@ -149,13 +134,8 @@ TEST(KeymapPlanner, AdoptsWhatSomeoneElseChangedUnderTheMapping)
          [&] { KeymapSnapshot k = layout; k.maxKeycode = 15; k.keys.pop_back(); return k; }(),
          [&] { KeymapSnapshot k = layout; k.maxKeycode = 15; k.keys.pop_back(); return k; }()},
     };
-    for (const auto &c : cases) {
-        const std::optional<KeymapSnapshot> adopted = adoptedOriginal(original, swap, c.current);
-        EXPECT_EQ(adopted.has_value(), c.adopted.has_value()) << c.name;
-        if (adopted && c.adopted) {
-            EXPECT_EQ(*adopted, *c.adopted) << c.name;
-        }
-    }
+    for (const auto &c : cases)
+        EXPECT_TRUE(adoptedOriginal(original, swap, c.current) == c.adopted) << c.name;
     // The swap planned on the adopted layout keeps the layout's own keys.
     const KeymapSnapshot replanned = remappedKeymap(*adoptedOriginal(original, swap, layout), swap);
     EXPECT_EQ(replanned.key(15).keysyms, (std::vector<quint32>{0x7a, 0x5a}));
@@ -192,7 +172,7 @@ TEST(KeymapPlanner, ReportsKeycodesOutsideTheMap)
     EXPECT_EQ(keycodeOutside(map, {{7, 8}}), 7);
 }
 
-TEST(KeymapSnapshot, RoundTripsThroughItsText)
+TEST(KeymapSnapshot, RoundTripsThroughItsTextAndRejectsDamage)
 {
     KeymapSnapshot map = sampleKeymap();
     map.key(13).keysyms[0] = 0x1000000 + 0x20AC;   // a Unicode keysym keeps its high bits
@@ -202,23 +182,15 @@ TEST(KeymapSnapshot, RoundTripsThroughItsText)
     map.key(14).types = {1, kAlphabetic, 0, 0};
     map.key(14).virtualModifiers = 0xFFFF;
     map.key(13 - 5) = KeyEntry{};                  // a key with no groups at all
-    const auto decoded = decodeSnapshot(encodeSnapshot(map));
-    ASSERT_TRUE(decoded);
-    EXPECT_EQ(*decoded, map);
-}
+    EXPECT_TRUE(decodeSnapshot(encodeSnapshot(map)) == map);
 
-TEST(KeymapSnapshot, RejectsDamagedText)
-{
     const QByteArray good = encodeSnapshot(sampleKeymap());
     const QByteArray header = "VISTREL_KEYMAP 2 8 16\n";
     ASSERT_TRUE(good.startsWith(header));
     const QByteArray body = good.mid(header.size());
     const QByteArray f1Line = "12 0 0 0 1 5 1 0 0 5 ffbe ffbe ffbe ffbe 1008fe01 5 0 0 0 0 1050d\n";
     ASSERT_TRUE(good.contains(f1Line));
-    const struct {
-        const char *name;
-        QByteArray text;
-    } cases[] = {
+    const struct { const char *name; QByteArray text; } cases[] = {
         {"empty", ""},
         {"other magic", "OTHER_KEYMAP" + good.mid(14)},
         {"older version", "VISTREL_KEYMAP 1 8 16\n" + body},
