@@ -32,13 +32,7 @@ const Files currentFiles = {{"key-mappings.json", "[]"}};
 
 TEST(AppPaths, MigratesOnlyWhenTheNewFolderIsMissing)
 {
-    struct Case {
-        const char *label;
-        bool legacy, current, moveWorks;
-        bool moveTried;
-        Files currentAfter;
-        bool legacyRemains;
-    };
+    struct Case { const char *label; bool legacy, current, moveWorks, moveTried; Files currentAfter; bool legacyRemains; };
     const Case cases[] = {
         {"only legacy: moved", true, false, true, true, legacyFiles, false},
         {"only legacy, move refused: copied", true, false, false, true, legacyFiles, true},
@@ -51,18 +45,14 @@ TEST(AppPaths, MigratesOnlyWhenTheNewFolderIsMissing)
         const QString legacy = base.filePath("Tarnwick");
         const QString current = base.filePath("Vistrel");
         for (const auto &[name, bytes] : legacyFiles.asKeyValueRange())
-            if (c.legacy)
-                writeFile(legacy + "/" + name, bytes);
+            c.legacy ? writeFile(legacy + "/" + name, bytes) : void();
         for (const auto &[name, bytes] : currentFiles.asKeyValueRange())
-            if (c.current)
-                writeFile(current + "/" + name, bytes);
-
+            c.current ? writeFile(current + "/" + name, bytes) : void();
         Moves moves;
         const QString result = AppPaths::migrateFolder(base.path(), [&](const QString &from, const QString &to) {
             moves.append({from, to});
             return c.moveWorks && QDir().rename(from, to);
         });
-
         EXPECT_EQ(result, current);
         EXPECT_TRUE(QFileInfo(current).isDir());
         EXPECT_EQ(contents(current), c.currentAfter);
@@ -81,7 +71,6 @@ TEST(AppPaths, StandardMigratesEachFolderOnItsOwn)
     writeFile(home.filePath(".local/share/Tarnwick/history.db"), "db");
     writeFile(home.filePath("Documents/Tarnwick/Recordings/a.mp4"), "a");
     writeFile(home.filePath("Documents/Vistrel/Recordings/b.mp4"), "b");
-
     const AppPaths paths = AppPaths::standard();
 
     EXPECT_EQ(paths.applicationSupport, home.filePath(".local/share/Vistrel"));
