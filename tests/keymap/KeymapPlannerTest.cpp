@@ -14,40 +14,22 @@ constexpr quint8 kShiftMask = 0x01, kLockMask = 0x02, kControlMask = 0x04, kMod4
 constexpr int kLock = 1, kControl = 2, kMod4 = 6;
 constexpr quint8 kOneLevel = 0, kAlphabetic = 2, kCtrlAlt = 12;
 
-// One group of keysyms.size() levels.
-KeyEntry key(quint8 type, std::vector<quint32> keysyms, quint8 modifiers = 0, std::vector<quint64> actions = {},
-             quint8 explicitComponents = 0)
-{
-    KeyEntry entry;
-    entry.types = {type, 0, 0, 0};
-    entry.groupInfo = 1;
-    entry.width = quint8(keysyms.size());
-    entry.keysyms = std::move(keysyms);
-    entry.actions = std::move(actions);
-    entry.modifiers = modifiers;
-    entry.explicitComponents = explicitComponents;
-    return entry;
-}
-
-// A small keymap shaped like a real server's: Super_L also sits on a second key (14, at
-// level 2 only), mod4 holds both Super_L keys, and F1 (16) has five levels.
+// A small keymap shaped like a real server's, one group per key: Super_L also sits on a second
+// key (14, at level 2 only), mod4 holds both Super_L keys, and F1 (16) has five levels.
 KeymapSnapshot sampleKeymap()
 {
-    KeymapSnapshot map;
-    map.minKeycode = 8;
-    map.maxKeycode = 16;
-    map.keys = {
-        key(kOneLevel, {kControlL}, kControlMask, {0x0405}),   // 8
-        key(kOneLevel, {kSuperL}, kMod4Mask, {0x4005}),        // 9
-        key(kOneLevel, {kControlR}, kControlMask, {0x0405}),   // 10
-        key(kOneLevel, {kSuperR}, kMod4Mask, {0x4005}),        // 11
-        key(kOneLevel, {kCapsLock}, kLockMask, {0x0203}),      // 12
-        key(kOneLevel, {kEscape}),                             // 13
-        key(1, {0, kSuperL}, kMod4Mask),                       // 14
-        key(kAlphabetic, {kLowerA, kUpperA}, 0, {}, 1),        // 15
-        key(kCtrlAlt, {kF1, kF1, kF1, kF1, 0x1008fe01}, 0, {0, 0, 0, 0, 0x1050d}, 1),   // 16
-    };
-    return map;
+    // types, group info, width, keysyms, actions, explicit components, virtual modifiers, modifiers
+    return {8, 16, {
+        {{kOneLevel}, 1, 1, {kControlL}, {0x0405}, 0, 0, kControlMask},   // 8
+        {{kOneLevel}, 1, 1, {kSuperL}, {0x4005}, 0, 0, kMod4Mask},        // 9
+        {{kOneLevel}, 1, 1, {kControlR}, {0x0405}, 0, 0, kControlMask},   // 10
+        {{kOneLevel}, 1, 1, {kSuperR}, {0x4005}, 0, 0, kMod4Mask},        // 11
+        {{kOneLevel}, 1, 1, {kCapsLock}, {0x0203}, 0, 0, kLockMask},      // 12
+        {{kOneLevel}, 1, 1, {kEscape}, {}, 0, 0, 0},                      // 13
+        {{1}, 1, 2, {0, kSuperL}, {}, 0, 0, kMod4Mask},                   // 14
+        {{kAlphabetic}, 1, 2, {kLowerA, kUpperA}, {}, 1, 0, 0},           // 15
+        {{kCtrlAlt}, 1, 5, {kF1, kF1, kF1, kF1, 0x1008fe01}, {0, 0, 0, 0, 0x1050d}, 1, 0, 0},   // 16
+    }};
 }
 
 TEST(KeymapPlanner, ControlSuperSwapMovesWholeEntries)
