@@ -19,8 +19,8 @@ const QString tool = QStringLiteral("/opt/vistrel/bin/vistrel-keymap");
 constexpr quint32 command = 0x100, shift = 0x200, control = 0x1000;
 const Pairs swap{{0xE0, 0xE3}, {0xE3, 0xE0}, {0xE4, 0xE7}, {0xE7, 0xE4}};
 
-// A property's entries as (source, destination) keyboard-page usages, in order. That the tool
-// accepts the whole property is MappingContractTest's business.
+// A property's entries as (source, destination) keyboard-page usages, in order; the keymap
+// tests feed the whole property to the tool's own parser.
 Pairs usages(const QString &json)
 {
     Pairs pairs;

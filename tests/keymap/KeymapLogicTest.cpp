@@ -1,7 +1,10 @@
 #include "KeymapJson.h"
+#include "keyboard/KeyRemapper.h"
 #include "keymap/CommandLine.h"
 #include "keymap/HidUsageTable.h"
 #include "keymap/UserKeyMapping.h"
+#include "platform/fake/FakeHotKeyService.h"
+#include "platform/fake/FakeProcessRunner.h"
 
 #include <gtest/gtest.h>
 
@@ -11,7 +14,7 @@ using namespace keymap;
 
 namespace {
 
-TEST(HidUsageTable, EveryCatalogueKeyHasItsOwnKeycode)
+TEST(HidUsageTable, EveryCatalogueKeyHasItsOwnKeycodeAndNoOtherUsageHasOne)
 {
     std::set<int> keycodes;
     std::size_t count = 0;
@@ -26,17 +29,12 @@ TEST(HidUsageTable, EveryCatalogueKeyHasItsOwnKeycode)
         }
     }
     EXPECT_EQ(keycodes.size(), count) << "two catalogue keys share a keycode";
-}
-
-TEST(HidUsageTable, ReservedAndOutOfPageUsagesHaveNoKey)
-{
     for (quint32 usage : {0x00u, 0x01u, 0x03u, 0x82u, 0xA5u, 0xDFu, 0xE8u, 0xFFu, 0x100u, 0x1E0u})
         EXPECT_FALSE(xKeycodeForUsage(usage)) << "usage 0x" << std::hex << usage;
     EXPECT_EQ(evdevCodeForUsage(0x04), 30);   // KEY_A: first entry of the table
     EXPECT_EQ(evdevCodeForUsage(0xE7), 126);  // KEY_RIGHTMETA: last entry
 }
 
-// The app's own property is read in MappingContractTest.
 TEST(UserKeyMapping, AcceptsAnyMemberOrderAndWhitespace)
 {
     const ParsedMapping reordered = parseUserKeyMapping(
@@ -77,37 +75,39 @@ TEST(UserKeyMapping, RejectsBadPropertiesWithOneLine)
     }
 }
 
+// What the app sends is what the tool reads: the app's property goes through the tool's own parser.
+TEST(UserKeyMapping, ReadsTheUsagesTheAppSendsInTheOrderTheToolAppliesThem)
+{
+    FakeProcessRunner processes;
+    FakeHotKeyService hotKeys;
+    KeyRemapper remapper(processes, hotKeys, QStringLiteral("vistrel-keymap"));
+    remapper.setCustomMappings({{"Caps Lock", "Escape"}, {"Command trái", "Option trái"}});
+    const ParsedMapping parsed = parseUserKeyMapping(remapper.mappingProperty(true));
+    ASSERT_TRUE(parsed.ok()) << parsed.error.toStdString();
+    EXPECT_EQ(parsed.mappings, (std::vector<UsageMapping>{{0x39, 0x29}, {0xE0, 0xE3}, {0xE3, 0xE2}, {0xE4, 0xE7}, {0xE7, 0xE4}}));
+    const ParsedMapping off = parseUserKeyMapping(remapper.mappingProperty(false));
+    EXPECT_TRUE(off.ok() && off.mappings.empty());
+}
+
 TEST(UserKeyMapping, LaterEntryForTheSameSourceWins)
 {
-    const std::map<int, int> keycodes =
-        keycodeMapping({{0x39, 0x29}, {0xE0, 0xE3}, {0x39, 0x2A}, {0xE3, 0xE0}});
-    const std::map<int, int> expected{{66, 22}, {37, 133}, {133, 37}};
-    EXPECT_EQ(keycodes, expected);
+    EXPECT_EQ(keycodeMapping({{0x39, 0x29}, {0xE0, 0xE3}, {0x39, 0x2A}, {0xE3, 0xE0}}),
+              (std::map<int, int>{{66, 22}, {37, 133}, {133, 37}}));
 }
 
 TEST(CommandLine, RecognisesHelpSetAndWatchOnly)
 {
     using Kind = Command::Kind;
-    const struct {
-        std::vector<QByteArray> arguments;
-        Kind kind;
-    } cases[] = {
-        {{"--help"}, Kind::Help},
-        {{"-h"}, Kind::Help},
-        {{"property", "--set", "{}"}, Kind::SetProperty},
-        {{"watch"}, Kind::Watch},
-        {{"watch", "now"}, Kind::Invalid},
-        {{}, Kind::Invalid},
-        {{"property"}, Kind::Invalid},
-        {{"property", "--set"}, Kind::Invalid},
-        {{"property", "--get", "UserKeyMapping"}, Kind::Invalid},
-        {{"property", "--set", "{}", "extra"}, Kind::Invalid},
-        {{"--help", "property"}, Kind::Invalid},
+    const std::pair<std::vector<QByteArray>, Kind> cases[] = {
+        {{"--help"}, Kind::Help}, {{"-h"}, Kind::Help}, {{"property", "--set", "{}"}, Kind::SetProperty},
+        {{"watch"}, Kind::Watch}, {{"watch", "now"}, Kind::Invalid}, {{}, Kind::Invalid}, {{"property"}, Kind::Invalid},
+        {{"property", "--set"}, Kind::Invalid}, {{"property", "--get", "UserKeyMapping"}, Kind::Invalid},
+        {{"property", "--set", "{}", "extra"}, Kind::Invalid}, {{"--help", "property"}, Kind::Invalid},
     };
-    for (const auto &c : cases) {
-        const Command command = parseCommandLine(c.arguments);
-        EXPECT_EQ(command.kind, c.kind) << c.arguments.size() << " arguments";
-        EXPECT_EQ(command.error.isEmpty(), c.kind != Kind::Invalid);
+    for (const auto &[arguments, kind] : cases) {
+        const Command command = parseCommandLine(arguments);
+        EXPECT_EQ(command.kind, kind) << arguments.size() << " arguments";
+        EXPECT_EQ(command.error.isEmpty(), kind != Kind::Invalid);
     }
     EXPECT_EQ(parseCommandLine({"property", "--set", "{\"UserKeyMapping\":[]}"}).property,
               "{\"UserKeyMapping\":[]}");
