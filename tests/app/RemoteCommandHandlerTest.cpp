@@ -62,22 +62,17 @@ TEST(RemoteCommandHandler, CapturesTakeTheHotKeyPathAndAnswerWhenTheirOwnFlowEnd
     }
 }
 
-TEST(RemoteCommandHandler, BothHalvesOfARecordingToggleGetTheFile)
+TEST(RemoteCommandHandler, BothHalvesOfARecordingToggleAndACaptureEndingAtOnceGetAnswers)
 {
     App app;
     app.handle(RemoteCommand::record);
     app.handle(RemoteCommand::record);
     EXPECT_EQ(app.calls, QStringList(2, routed(K::video)));
     app.handler.captureEnded(Flow::recording, "/v/Recording.mp4");
-    EXPECT_TRUE(app.replies == QList<RemoteReply>(2, {Result::saved, "/v/Recording.mp4", {}}));
-}
-
-TEST(RemoteCommandHandler, ACaptureThatEndsInsideTheCallThatStartedItStillAnswers)
-{
-    App app;
-    app.screenshotEndsAtOnce = true;
+    app.screenshotEndsAtOnce = true;   // it ends inside the call that started it
     app.handle(RemoteCommand::screenshot);
-    EXPECT_TRUE((app.replies == QList<RemoteReply>{{Result::cancelled, {}, {}}}));
+    EXPECT_TRUE((app.replies == QList<RemoteReply>{{Result::saved, "/v/Recording.mp4", {}},
+                                                   {Result::saved, "/v/Recording.mp4", {}}, {Result::cancelled, {}, {}}}));
 }
 
 TEST(RemoteCommandHandler, OtherCommandsAnswerAtOnce)
