@@ -101,6 +101,9 @@ TEST(KeymapPlanner, AdoptsWhatSomeoneElseChangedUnderTheMapping)
     // Another layout: every key reloaded, 15 now types z, the swap gone.
     KeymapSnapshot layout = original;
     layout.key(15).keysyms = {0x7a, 0x5a};
+    KeymapSnapshot shorter = layout;
+    shorter.maxKeycode = 15;
+    shorter.keys.pop_back();
 
     const struct { const char *name; KeymapSnapshot current; std::optional<KeymapSnapshot> adopted; } cases[] = {
         {"our own keymap: nothing to adopt", inForce, std::nullopt},
@@ -112,9 +115,7 @@ TEST(KeymapPlanner, AdoptsWhatSomeoneElseChangedUnderTheMapping)
         {"a swapped key rewritten by hand keeps the hand-made entry",
          [&] { KeymapSnapshot k = inForce; k.key(8).keysyms = {kCapsLock}; return k; }(),
          [&] { KeymapSnapshot k = original; k.key(8) = inForce.key(8); k.key(8).keysyms = {kCapsLock}; return k; }()},
-        {"another keycode range is taken whole",
-         [&] { KeymapSnapshot k = layout; k.maxKeycode = 15; k.keys.pop_back(); return k; }(),
-         [&] { KeymapSnapshot k = layout; k.maxKeycode = 15; k.keys.pop_back(); return k; }()},
+        {"another keycode range is taken whole", shorter, shorter},
     };
     for (const auto &c : cases)
         EXPECT_TRUE(adoptedOriginal(original, swap, c.current) == c.adopted) << c.name;
@@ -129,18 +130,11 @@ TEST(MappingRecord, RoundTripsAndRejectsDamage)
     const std::map<int, int> mapping{{37, 133}, {66, 9}, {133, 37}, {255, 8}};
     EXPECT_EQ(decodeMapping(encodeMapping(mapping)), mapping);
     EXPECT_EQ(decodeMapping(encodeMapping({})), (std::map<int, int>{}));
-    const QByteArray cases[] = {
-        "",
-        "VISTREL_MAPPING 1",
-        "VISTREL_MAPPING 2 1 37 133",
-        "OTHER 1 1 37 133",
-        "VISTREL_MAPPING 1 2 37 133",         // count says more than there is
-        "VISTREL_MAPPING 1 1 37 133 66",      // trailing token
-        "VISTREL_MAPPING 1 1 7 133",          // keycode below 8
-        "VISTREL_MAPPING 1 1 37 256",         // keycode above 255
-        "VISTREL_MAPPING 1 2 37 133 37 9",    // one source twice
-        "VISTREL_MAPPING 1 -1",
-        "VISTREL_MAPPING 1 1 0x25 133",
+    const QByteArray cases[] = {   // count says more than there is; trailing token; keycode below 8 or
+        // above 255; one source twice
+        "", "VISTREL_MAPPING 1", "VISTREL_MAPPING 2 1 37 133", "OTHER 1 1 37 133", "VISTREL_MAPPING 1 2 37 133",
+        "VISTREL_MAPPING 1 1 37 133 66", "VISTREL_MAPPING 1 1 7 133", "VISTREL_MAPPING 1 1 37 256",
+        "VISTREL_MAPPING 1 2 37 133 37 9", "VISTREL_MAPPING 1 -1", "VISTREL_MAPPING 1 1 0x25 133",
     };
     for (const QByteArray &text : cases)
         EXPECT_FALSE(decodeMapping(text)) << text.constData();
