@@ -16,8 +16,6 @@ using Moves = QList<std::pair<QString, QString>>;
 Files contents(const QString &root)
 {
     Files files;
-    if (!QFileInfo(root).isDir())
-        return files;
     QDirIterator it(root, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
     while (it.hasNext()) {
         const QString path = it.next();
@@ -26,8 +24,7 @@ Files contents(const QString &root)
     return files;
 }
 
-const Files legacyFiles = {
-    {"history.db", "old history"}, {".hidden", "h"}, {"Recordings/Recording_1.mp4", "mp4"}};
+const Files legacyFiles = {{"history.db", "old history"}, {".hidden", "h"}, {"Recordings/Recording_1.mp4", "mp4"}};
 const Files currentFiles = {{"key-mappings.json", "[]"}};
 
 TEST(AppPaths, MigratesOnlyWhenTheNewFolderIsMissing)
