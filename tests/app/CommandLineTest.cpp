@@ -26,21 +26,16 @@ TEST(CommandLine, ParsesEveryCommandAndRejectsWhatItDoesNotKnow)
         {{"--help"}, help},
         {{"-h"}, help},
         {{"screenshot", "--help"}, help},
-        {{"bogus", "--help"}, help},
         {{"--version"}, {Kind::version, RemoteCommand::show, {}}},
         {{"--version", "x"}, bad("unexpected argument 'x'")},
         {{"shot"}, bad("unknown command 'shot'")},
-        {{"Screenshot"}, bad("unknown command 'Screenshot'")},
         {{"--quiet"}, bad("unknown option '--quiet'")},
-        {{"-platform", "xcb"}, bad("unknown option '-platform'")},
         {{"screenshot", "now"}, bad("unexpected argument 'now'")},
-        {{"record", "--manual"}, bad("unexpected argument '--manual'")},
         {{"scroll", "--auto"}, bad("unexpected argument '--auto'")},
         {{"scroll", "--manual", "x"}, bad("unexpected argument 'x'")},
         {{"mapping"}, bad("mapping needs 'on' or 'off'")},
         {{"mapping", "yes"}, bad("mapping takes 'on' or 'off', not 'yes'")},
         {{"mapping", "on", "off"}, bad("unexpected argument 'off'")},
-        {{""}, bad("unknown command ''")},
     };
     for (const auto &[arguments, expected] : cases) {
         const Invocation got = CommandLine::parse(arguments);

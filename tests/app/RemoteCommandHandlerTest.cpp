@@ -14,9 +14,14 @@ QString routed(K kind) { return QStringLiteral("route %1").arg(int(kind)); }
 struct App {
     QStringList calls;
     bool mappingInForce = true;
+    bool screenshotEndsAtOnce = false;   // no screen under the pointer
     QList<RemoteReply> replies;
     RemoteCommandHandler handler{{
-        [this](const BridgeCommand &c) { calls.append(routed(c.kind)); },
+        [this](const BridgeCommand &c) {
+            calls.append(routed(c.kind));
+            if (screenshotEndsAtOnce)
+                handler.captureEnded(Flow::screenshot, {});
+        },
         [this] { calls.append("scrollingApplication"); },
         [this] { calls.append("openMain"); },
         [this](bool on) { calls.append(on ? "mapping on" : "mapping off"); return mappingInForce; },
@@ -57,27 +62,17 @@ TEST(RemoteCommandHandler, CapturesTakeTheHotKeyPathAndAnswerWhenTheirOwnFlowEnd
     }
 }
 
-TEST(RemoteCommandHandler, BothHalvesOfARecordingToggleGetTheFile)
+TEST(RemoteCommandHandler, BothHalvesOfARecordingToggleAndACaptureEndingAtOnceGetAnswers)
 {
     App app;
     app.handle(RemoteCommand::record);
     app.handle(RemoteCommand::record);
     EXPECT_EQ(app.calls, QStringList(2, routed(K::video)));
     app.handler.captureEnded(Flow::recording, "/v/Recording.mp4");
-    EXPECT_TRUE(app.replies == QList<RemoteReply>(2, {Result::saved, "/v/Recording.mp4", {}}));
-}
-
-TEST(RemoteCommandHandler, ACaptureThatEndsAtOnceStillAnswers)
-{
-    RemoteCommandHandler *handler = nullptr;
-    // No screen under the pointer: the flow ends inside the call that started it.
-    RemoteCommandHandler::Actions actions;
-    actions.route = [&](const BridgeCommand &) { handler->captureEnded(Flow::screenshot, {}); };
-    RemoteCommandHandler h(actions);
-    handler = &h;
-    QList<RemoteReply> replies;
-    h.handle(RemoteCommand::screenshot, [&](const RemoteReply &r) { replies.append(r); });
-    EXPECT_TRUE((replies == QList<RemoteReply>{{Result::cancelled, {}, {}}}));
+    app.screenshotEndsAtOnce = true;   // it ends inside the call that started it
+    app.handle(RemoteCommand::screenshot);
+    EXPECT_TRUE((app.replies == QList<RemoteReply>{{Result::saved, "/v/Recording.mp4", {}},
+                                                   {Result::saved, "/v/Recording.mp4", {}}, {Result::cancelled, {}, {}}}));
 }
 
 TEST(RemoteCommandHandler, OtherCommandsAnswerAtOnce)

@@ -4,60 +4,39 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <mutex>
 #include <thread>
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
-using std::chrono::milliseconds;
+using Call = FakeProcessRunner::Call;
+using Event = FakeKeySynthesizer::Event;
 
-// Adds a clock and a lock to the scripted runner: the lock sequence calls it from a
-// pool thread, and the pause before display sleep is measured against it.
-class TimedProcessRunner : public FakeProcessRunner {
-public:
-    ProcessResult run(const QString &program, const QStringList &arguments) override
-    {
-        std::lock_guard lock(mutex);
-        const ProcessResult result = FakeProcessRunner::run(program, arguments);
-        runFinishedAt = Clock::now();
-        return result;
-    }
-    bool startDetached(const QString &program, const QStringList &arguments) override
-    {
-        std::lock_guard lock(mutex);
-        detachedAt = Clock::now();
-        return FakeProcessRunner::startDetached(program, arguments);
-    }
-
+// The lock sequence calls the runner from pool threads, two at once when locks overlap.
+struct LockedRunner : FakeProcessRunner {
     std::mutex mutex;
-    Clock::time_point runFinishedAt;
-    Clock::time_point detachedAt;
+    ProcessResult run(const QString &p, const QStringList &a) override
+    {
+        std::lock_guard lock(mutex);
+        return FakeProcessRunner::run(p, a);
+    }
+    bool startDetached(const QString &p, const QStringList &a) override
+    {
+        std::lock_guard lock(mutex);
+        return FakeProcessRunner::startDetached(p, a);
+    }
 };
 
-ToolPaths testTools()
-{
-    ToolPaths tools;
-    tools.sessionLock = "/opt/test/bin/loginctl";
-    tools.displayPower = "/opt/test/bin/xset";
-    return tools;
-}
+const ToolPaths tools{{}, "/opt/test/bin/loginctl", "/opt/test/bin/xset", {}};
+const QList<Call> lockThenSleep{{"/opt/test/bin/loginctl", {"lock-session"}, false},
+                                {"/opt/test/bin/xset", {"dpms", "force", "off"}, true}};
 
-using Event = FakeKeySynthesizer::Event;
-const Event superDown{VirtualKey::command, true, {}};
-const Event superUp{VirtualKey::command, false, {}};
-const Event lDown{VirtualKey::l, true, {}};
-const Event lUp{VirtualKey::l, false, {}};
-
-TEST(SystemActions, LockFallsBackToChordThenSleepsDisplay)
+TEST(SystemActions, LockFallsBackToChordThenSleepsDisplayAfterAPause)
 {
-    struct Case {
-        const char *name;
-        std::optional<int> lockExit;   // empty: the lock tool cannot be started
-        QSet<quint32> failingKeys;
-        QList<Event> expectedEvents;
-    };
+    const Event superDown{VirtualKey::command, true, {}}, superUp{VirtualKey::command, false, {}};
+    const Event lDown{VirtualKey::l, true, {}}, lUp{VirtualKey::l, false, {}};
+    struct Case { const char *name; std::optional<int> lockExit; QSet<quint32> failingKeys; QList<Event> events; };
     const Case cases[] = {
         {"lock tool missing", std::nullopt, {}, {superDown, lDown, lUp, superUp}},
         {"lock tool fails", 1, {}, {superDown, lDown, lUp, superUp}},
@@ -67,66 +46,41 @@ TEST(SystemActions, LockFallsBackToChordThenSleepsDisplay)
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(c.name);
-        TimedProcessRunner processes;
-        if (c.lockExit)
-            processes.queueExit(*c.lockExit);
-        else
-            processes.queueStartFailure();
+        LockedRunner processes;
+        processes.queuedResults = {c.lockExit ? FakeProcessRunner::exited(*c.lockExit) : FakeProcessRunner::failedToStart()};
         FakeKeySynthesizer keys(c.failingKeys);
-        SystemActions actions(processes, keys, testTools());
-
+        SystemActions actions(processes, keys, tools);
+        const Clock::time_point start = Clock::now();
         actions.lockScreen().waitForFinished();
-
-        EXPECT_EQ(processes.calls, (QList<FakeProcessRunner::Call>{{"/opt/test/bin/loginctl", {"lock-session"}, false},
-                                                                {"/opt/test/bin/xset", {"dpms", "force", "off"}, true}}));
-        const QList<Event> events = keys.events();
-        EXPECT_EQ(events, c.expectedEvents);
-
-        Clock::time_point lastBeforePause = processes.runFinishedAt;
-        if (!events.isEmpty())
-            lastBeforePause = events.last().at;
-        EXPECT_GE(processes.detachedAt - lastBeforePause, SystemActions::displaySleepDelay);
+        EXPECT_GE(Clock::now() - start, SystemActions::displaySleepDelay);
+        EXPECT_EQ(processes.calls, lockThenSleep);
+        EXPECT_EQ(keys.events(), c.events);
     }
 }
 
-TEST(SystemActions, CallerNeverWaitsAndQuickLocksRunSideBySide)
+TEST(SystemActions, CallerNeverWaitsQuickLocksOverlapAndDestructionWaits)
 {
-    TimedProcessRunner processes;
+    LockedRunner processes;
     // The lock tool takes a while and fails; the caller must not notice.
     processes.responder = [](const QString &, const QStringList &) {
-        std::this_thread::sleep_for(milliseconds(50));
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
         return FakeProcessRunner::exited(1);
     };
     FakeKeySynthesizer keys;
-    SystemActions actions(processes, keys, testTools());
-
-    const Clock::time_point start = Clock::now();
-    QFuture<void> first = actions.lockScreen();
-    QFuture<void> second = actions.lockScreen();
-    EXPECT_LT(Clock::now() - start, milliseconds(200));
-    first.waitForFinished();
-    second.waitForFinished();
-    // Side by side, the two pauses overlap instead of adding up.
-    EXPECT_LT(Clock::now() - start, 2 * SystemActions::displaySleepDelay);
-
-    EXPECT_EQ(processes.runCount(), 2);
-    EXPECT_EQ(processes.calls.size() - processes.runCount(), 2);
-    EXPECT_EQ(keys.events().size(), 8);
-}
-
-TEST(SystemActions, DestructionWaitsForRunningSequence)
-{
-    TimedProcessRunner processes;
-    FakeKeySynthesizer keys;
     {
-        SystemActions actions(processes, keys, testTools());
-        actions.lockScreen();
+        SystemActions actions(processes, keys, tools);
+        const Clock::time_point start = Clock::now();
+        QFuture<void> first = actions.lockScreen(), second = actions.lockScreen();
+        EXPECT_LT(Clock::now() - start, std::chrono::milliseconds(200));
+        first.waitForFinished();
+        second.waitForFinished();
+        // Side by side, the two pauses overlap instead of adding up.
+        EXPECT_LT(Clock::now() - start, 2 * SystemActions::displaySleepDelay);
+        EXPECT_EQ(processes.calls.size(), 4);
+        actions.lockScreen();   // left to the destructor
     }
-    // Had the destructor not waited, the display-sleep start would be missing here (or
-    // would reach freed objects later).
-    std::lock_guard lock(processes.mutex);
-    ASSERT_EQ(processes.calls.size(), 2);
-    EXPECT_TRUE(processes.calls.last().detached);
+    EXPECT_EQ(processes.calls.mid(4), lockThenSleep);
+    EXPECT_EQ(keys.events().size(), 12);
 }
 
 } // namespace

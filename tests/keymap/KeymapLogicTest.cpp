@@ -1,8 +1,10 @@
+#include "KeymapJson.h"
+#include "keyboard/KeyRemapper.h"
 #include "keymap/CommandLine.h"
 #include "keymap/HidUsageTable.h"
 #include "keymap/UserKeyMapping.h"
-
-#include <QByteArrayList>
+#include "platform/fake/FakeHotKeyService.h"
+#include "platform/fake/FakeProcessRunner.h"
 
 #include <gtest/gtest.h>
 
@@ -12,7 +14,7 @@ using namespace keymap;
 
 namespace {
 
-TEST(HidUsageTable, EveryCatalogueKeyHasItsOwnKeycode)
+TEST(HidUsageTable, EveryCatalogueKeyHasItsOwnKeycodeAndNoOtherUsageHasOne)
 {
     std::set<int> keycodes;
     std::size_t count = 0;
@@ -27,28 +29,12 @@ TEST(HidUsageTable, EveryCatalogueKeyHasItsOwnKeycode)
         }
     }
     EXPECT_EQ(keycodes.size(), count) << "two catalogue keys share a keycode";
-}
-
-TEST(HidUsageTable, ReservedAndOutOfPageUsagesHaveNoKey)
-{
     for (quint32 usage : {0x00u, 0x01u, 0x03u, 0x82u, 0xA5u, 0xDFu, 0xE8u, 0xFFu, 0x100u, 0x1E0u})
         EXPECT_FALSE(xKeycodeForUsage(usage)) << "usage 0x" << std::hex << usage;
     EXPECT_EQ(evdevCodeForUsage(0x04), 30);   // KEY_A: first entry of the table
     EXPECT_EQ(evdevCodeForUsage(0xE7), 126);  // KEY_RIGHTMETA: last entry
 }
 
-QByteArray entry(quint64 source, quint64 destination)
-{
-    return "{\"HIDKeyboardModifierMappingSrc\":" + QByteArray::number(source)
-        + ",\"HIDKeyboardModifierMappingDst\":" + QByteArray::number(destination) + "}";
-}
-
-QByteArray property(const QList<QByteArray> &entries)
-{
-    return "{\"UserKeyMapping\":[" + entries.join(',') + "]}";
-}
-
-// The app's own property is read in MappingContractTest.
 TEST(UserKeyMapping, AcceptsAnyMemberOrderAndWhitespace)
 {
     const ParsedMapping reordered = parseUserKeyMapping(
@@ -60,35 +46,23 @@ TEST(UserKeyMapping, AcceptsAnyMemberOrderAndWhitespace)
 
 TEST(UserKeyMapping, RejectsBadPropertiesWithOneLine)
 {
-    const quint64 capsLock = 0x700000039;
     const quint64 escape = 0x700000029;
-    const struct {
-        const char *name;
-        QByteArray json;
-        const char *errorPart;
-    } cases[] = {
+    const QByteArray good = entry(0x700000039, escape);
+    const struct { const char *name; QByteArray json; const char *errorPart; } cases[] = {
         {"truncated", "{\"UserKeyMapping\":[", "invalid JSON"},
         {"top-level array", "[]", "JSON object"},
         {"missing member", "{}", "\"UserKeyMapping\" is missing"},
         {"not an array", "{\"UserKeyMapping\":{}}", "not an array"},
         {"other property", "{\"UserKeyMapping\":[],\"CapsLockDelayOverride\":0}", "unsupported property"},
         {"entry not an object", "{\"UserKeyMapping\":[7]}", "entry 1 is not an object"},
-        {"missing destination", "{\"UserKeyMapping\":[{\"HIDKeyboardModifierMappingSrc\":30064771129}]}",
+        {"missing destination", property({QByteArray(good).replace(",\"HIDKeyboardModifierMappingDst\":30064771113", "")}),
          "HIDKeyboardModifierMappingDst\" is missing"},
-        {"extra member", "{\"UserKeyMapping\":[{\"HIDKeyboardModifierMappingSrc\":30064771129,"
-                         "\"HIDKeyboardModifierMappingDst\":30064771113,\"x\":1}]}",
-         "unexpected member"},
-        {"string usage", "{\"UserKeyMapping\":[{\"HIDKeyboardModifierMappingSrc\":\"30064771129\","
-                         "\"HIDKeyboardModifierMappingDst\":30064771113}]}",
-         "not a non-negative integer"},
-        {"fraction", property({"{\"HIDKeyboardModifierMappingSrc\":30064771129.5,"
-                               "\"HIDKeyboardModifierMappingDst\":30064771113}"}),
-         "not a non-negative integer"},
-        {"negative", property({entry(capsLock, escape).replace("30064771113", "-1")}),
-         "not a non-negative integer"},
+        {"extra member", property({QByteArray(good).replace("}", ",\"x\":1}")}), "unexpected member"},
+        {"string usage", property({QByteArray(good).replace("30064771129", "\"30064771129\"")}), "not a non-negative integer"},
+        {"fraction", property({QByteArray(good).replace("30064771129", "30064771129.5")}), "not a non-negative integer"},
+        {"negative", property({QByteArray(good).replace("30064771113", "-1")}), "not a non-negative integer"},
         {"usage without page", property({entry(0x39, escape)}), "not a keyboard-page usage"},
-        {"reserved usage", property({entry(capsLock, escape), entry(0x700000003, escape)}),
-         "entry 2: keyboard usage 0x3 is not a known key"},
+        {"reserved usage", property({good, entry(0x700000003, escape)}), "entry 2: keyboard usage 0x3 is not a known key"},
         {"past the page", property({entry(0x700000100, escape)}), "not a known key"},
     };
     for (const auto &c : cases) {
@@ -101,37 +75,39 @@ TEST(UserKeyMapping, RejectsBadPropertiesWithOneLine)
     }
 }
 
+// What the app sends is what the tool reads: the app's property goes through the tool's own parser.
+TEST(UserKeyMapping, ReadsTheUsagesTheAppSendsInTheOrderTheToolAppliesThem)
+{
+    FakeProcessRunner processes;
+    FakeHotKeyService hotKeys;
+    KeyRemapper remapper(processes, hotKeys, QStringLiteral("vistrel-keymap"));
+    remapper.setCustomMappings({{"Caps Lock", "Escape"}, {"Command trái", "Option trái"}});
+    const ParsedMapping parsed = parseUserKeyMapping(remapper.mappingProperty(true));
+    ASSERT_TRUE(parsed.ok()) << parsed.error.toStdString();
+    EXPECT_EQ(parsed.mappings, (std::vector<UsageMapping>{{0x39, 0x29}, {0xE0, 0xE3}, {0xE3, 0xE2}, {0xE4, 0xE7}, {0xE7, 0xE4}}));
+    const ParsedMapping off = parseUserKeyMapping(remapper.mappingProperty(false));
+    EXPECT_TRUE(off.ok() && off.mappings.empty());
+}
+
 TEST(UserKeyMapping, LaterEntryForTheSameSourceWins)
 {
-    const std::map<int, int> keycodes =
-        keycodeMapping({{0x39, 0x29}, {0xE0, 0xE3}, {0x39, 0x2A}, {0xE3, 0xE0}});
-    const std::map<int, int> expected{{66, 22}, {37, 133}, {133, 37}};
-    EXPECT_EQ(keycodes, expected);
+    EXPECT_EQ(keycodeMapping({{0x39, 0x29}, {0xE0, 0xE3}, {0x39, 0x2A}, {0xE3, 0xE0}}),
+              (std::map<int, int>{{66, 22}, {37, 133}, {133, 37}}));
 }
 
 TEST(CommandLine, RecognisesHelpSetAndWatchOnly)
 {
     using Kind = Command::Kind;
-    const struct {
-        std::vector<QByteArray> arguments;
-        Kind kind;
-    } cases[] = {
-        {{"--help"}, Kind::Help},
-        {{"-h"}, Kind::Help},
-        {{"property", "--set", "{}"}, Kind::SetProperty},
-        {{"watch"}, Kind::Watch},
-        {{"watch", "now"}, Kind::Invalid},
-        {{}, Kind::Invalid},
-        {{"property"}, Kind::Invalid},
-        {{"property", "--set"}, Kind::Invalid},
-        {{"property", "--get", "UserKeyMapping"}, Kind::Invalid},
-        {{"property", "--set", "{}", "extra"}, Kind::Invalid},
-        {{"--help", "property"}, Kind::Invalid},
+    const std::pair<std::vector<QByteArray>, Kind> cases[] = {
+        {{"--help"}, Kind::Help}, {{"-h"}, Kind::Help}, {{"property", "--set", "{}"}, Kind::SetProperty},
+        {{"watch"}, Kind::Watch}, {{"watch", "now"}, Kind::Invalid}, {{}, Kind::Invalid}, {{"property"}, Kind::Invalid},
+        {{"property", "--set"}, Kind::Invalid}, {{"property", "--get", "UserKeyMapping"}, Kind::Invalid},
+        {{"property", "--set", "{}", "extra"}, Kind::Invalid}, {{"--help", "property"}, Kind::Invalid},
     };
-    for (const auto &c : cases) {
-        const Command command = parseCommandLine(c.arguments);
-        EXPECT_EQ(command.kind, c.kind) << c.arguments.size() << " arguments";
-        EXPECT_EQ(command.error.isEmpty(), c.kind != Kind::Invalid);
+    for (const auto &[arguments, kind] : cases) {
+        const Command command = parseCommandLine(arguments);
+        EXPECT_EQ(command.kind, kind) << arguments.size() << " arguments";
+        EXPECT_EQ(command.error.isEmpty(), kind != Kind::Invalid);
     }
     EXPECT_EQ(parseCommandLine({"property", "--set", "{\"UserKeyMapping\":[]}"}).property,
               "{\"UserKeyMapping\":[]}");

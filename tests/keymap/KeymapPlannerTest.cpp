@@ -14,40 +14,22 @@ constexpr quint8 kShiftMask = 0x01, kLockMask = 0x02, kControlMask = 0x04, kMod4
 constexpr int kLock = 1, kControl = 2, kMod4 = 6;
 constexpr quint8 kOneLevel = 0, kAlphabetic = 2, kCtrlAlt = 12;
 
-// One group of keysyms.size() levels.
-KeyEntry key(quint8 type, std::vector<quint32> keysyms, quint8 modifiers = 0, std::vector<quint64> actions = {},
-             quint8 explicitComponents = 0)
-{
-    KeyEntry entry;
-    entry.types = {type, 0, 0, 0};
-    entry.groupInfo = 1;
-    entry.width = quint8(keysyms.size());
-    entry.keysyms = std::move(keysyms);
-    entry.actions = std::move(actions);
-    entry.modifiers = modifiers;
-    entry.explicitComponents = explicitComponents;
-    return entry;
-}
-
-// A small keymap shaped like a real server's: Super_L also sits on a second key (14, at
-// level 2 only), mod4 holds both Super_L keys, and F1 (16) has five levels.
+// A small keymap shaped like a real server's, one group per key: Super_L also sits on a second
+// key (14, at level 2 only), mod4 holds both Super_L keys, and F1 (16) has five levels.
 KeymapSnapshot sampleKeymap()
 {
-    KeymapSnapshot map;
-    map.minKeycode = 8;
-    map.maxKeycode = 16;
-    map.keys = {
-        key(kOneLevel, {kControlL}, kControlMask, {0x0405}),   // 8
-        key(kOneLevel, {kSuperL}, kMod4Mask, {0x4005}),        // 9
-        key(kOneLevel, {kControlR}, kControlMask, {0x0405}),   // 10
-        key(kOneLevel, {kSuperR}, kMod4Mask, {0x4005}),        // 11
-        key(kOneLevel, {kCapsLock}, kLockMask, {0x0203}),      // 12
-        key(kOneLevel, {kEscape}),                             // 13
-        key(1, {0, kSuperL}, kMod4Mask),                       // 14
-        key(kAlphabetic, {kLowerA, kUpperA}, 0, {}, 1),        // 15
-        key(kCtrlAlt, {kF1, kF1, kF1, kF1, 0x1008fe01}, 0, {0, 0, 0, 0, 0x1050d}, 1),   // 16
-    };
-    return map;
+    // types, group info, width, keysyms, actions, explicit components, virtual modifiers, modifiers
+    return {8, 16, {
+        {{kOneLevel}, 1, 1, {kControlL}, {0x0405}, 0, 0, kControlMask},   // 8
+        {{kOneLevel}, 1, 1, {kSuperL}, {0x4005}, 0, 0, kMod4Mask},        // 9
+        {{kOneLevel}, 1, 1, {kControlR}, {0x0405}, 0, 0, kControlMask},   // 10
+        {{kOneLevel}, 1, 1, {kSuperR}, {0x4005}, 0, 0, kMod4Mask},        // 11
+        {{kOneLevel}, 1, 1, {kCapsLock}, {0x0203}, 0, 0, kLockMask},      // 12
+        {{kOneLevel}, 1, 1, {kEscape}, {}, 0, 0, 0},                      // 13
+        {{1}, 1, 2, {0, kSuperL}, {}, 0, 0, kMod4Mask},                   // 14
+        {{kAlphabetic}, 1, 2, {kLowerA, kUpperA}, {}, 1, 0, 0},           // 15
+        {{kCtrlAlt}, 1, 5, {kF1, kF1, kF1, kF1, 0x1008fe01}, {0, 0, 0, 0, 0x1050d}, 1, 0, 0},   // 16
+    }};
 }
 
 TEST(KeymapPlanner, ControlSuperSwapMovesWholeEntries)
@@ -66,12 +48,7 @@ TEST(KeymapPlanner, ControlSuperSwapMovesWholeEntries)
 
 TEST(KeymapPlanner, ModifiersFollowTheDestinationKey)
 {
-    const struct {
-        const char *name;
-        std::map<int, int> mapping;
-        int bit;
-        std::vector<int> expected;
-    } cases[] = {
+    const struct { const char *name; std::map<int, int> mapping; int bit; std::vector<int> expected; } cases[] = {
         {"caps lock to escape leaves lock", {{12, 13}}, kLock, {}},
         {"letter to control joins control", {{15, 8}}, kControl, {8, 10, 15}},
         {"control to letter leaves control", {{8, 15}}, kControl, {10}},
@@ -97,12 +74,8 @@ TEST(KeymapPlanner, DestinationsAreReadFromTheOriginal)
 TEST(KeymapPlanner, WritesEveryStoredDifferenceButModifiers)
 {
     const KeymapSnapshot original = sampleKeymap();
-    const struct {
-        const char *name;
-        void (*change)(KeyEntry &);
-        bool written;
-        bool producesDifferently;
-    } cases[] = {
+    // The last keycode of the map, so neither scan may stop short of it.
+    const struct { const char *name; void (*change)(KeyEntry &); bool written, producesDifferently; } cases[] = {
         {"modifier only", [](KeyEntry &k) { k.modifiers = kShiftMask; }, false, true},
         {"keysym", [](KeyEntry &k) { k.keysyms[0] = kLowerA; }, true, true},
         {"action", [](KeyEntry &k) { k.actions = {0x1}; }, true, false},
@@ -113,12 +86,10 @@ TEST(KeymapPlanner, WritesEveryStoredDifferenceButModifiers)
     };
     for (const auto &c : cases) {
         KeymapSnapshot current = original;
-        c.change(current.key(13));
-        EXPECT_EQ(keycodesToWrite(current, original), c.written ? std::vector<int>{13} : std::vector<int>{})
-            << c.name;
+        c.change(current.key(16));
+        EXPECT_EQ(keycodesToWrite(current, original), c.written ? std::vector<int>{16} : std::vector<int>{}) << c.name;
         EXPECT_EQ(keycodesProducingDifferently(current, original),
-                  c.producesDifferently ? std::vector<int>{13} : std::vector<int>{})
-            << c.name;
+                  c.producesDifferently ? std::vector<int>{16} : std::vector<int>{}) << c.name;
     }
 }
 
@@ -130,12 +101,11 @@ TEST(KeymapPlanner, AdoptsWhatSomeoneElseChangedUnderTheMapping)
     // Another layout: every key reloaded, 15 now types z, the swap gone.
     KeymapSnapshot layout = original;
     layout.key(15).keysyms = {0x7a, 0x5a};
+    KeymapSnapshot shorter = layout;
+    shorter.maxKeycode = 15;
+    shorter.keys.pop_back();
 
-    const struct {
-        const char *name;
-        KeymapSnapshot current;
-        std::optional<KeymapSnapshot> adopted;
-    } cases[] = {
+    const struct { const char *name; KeymapSnapshot current; std::optional<KeymapSnapshot> adopted; } cases[] = {
         {"our own keymap: nothing to adopt", inForce, std::nullopt},
         {"only actions re-derived: nothing to adopt",
          [&] { KeymapSnapshot k = inForce; k.key(8).actions = {0x9}; return k; }(), std::nullopt},
@@ -145,17 +115,10 @@ TEST(KeymapPlanner, AdoptsWhatSomeoneElseChangedUnderTheMapping)
         {"a swapped key rewritten by hand keeps the hand-made entry",
          [&] { KeymapSnapshot k = inForce; k.key(8).keysyms = {kCapsLock}; return k; }(),
          [&] { KeymapSnapshot k = original; k.key(8) = inForce.key(8); k.key(8).keysyms = {kCapsLock}; return k; }()},
-        {"another keycode range is taken whole",
-         [&] { KeymapSnapshot k = layout; k.maxKeycode = 15; k.keys.pop_back(); return k; }(),
-         [&] { KeymapSnapshot k = layout; k.maxKeycode = 15; k.keys.pop_back(); return k; }()},
+        {"another keycode range is taken whole", shorter, shorter},
     };
-    for (const auto &c : cases) {
-        const std::optional<KeymapSnapshot> adopted = adoptedOriginal(original, swap, c.current);
-        EXPECT_EQ(adopted.has_value(), c.adopted.has_value()) << c.name;
-        if (adopted && c.adopted) {
-            EXPECT_EQ(*adopted, *c.adopted) << c.name;
-        }
-    }
+    for (const auto &c : cases)
+        EXPECT_TRUE(adoptedOriginal(original, swap, c.current) == c.adopted) << c.name;
     // The swap planned on the adopted layout keeps the layout's own keys.
     const KeymapSnapshot replanned = remappedKeymap(*adoptedOriginal(original, swap, layout), swap);
     EXPECT_EQ(replanned.key(15).keysyms, (std::vector<quint32>{0x7a, 0x5a}));
@@ -167,18 +130,11 @@ TEST(MappingRecord, RoundTripsAndRejectsDamage)
     const std::map<int, int> mapping{{37, 133}, {66, 9}, {133, 37}, {255, 8}};
     EXPECT_EQ(decodeMapping(encodeMapping(mapping)), mapping);
     EXPECT_EQ(decodeMapping(encodeMapping({})), (std::map<int, int>{}));
-    const QByteArray cases[] = {
-        "",
-        "VISTREL_MAPPING 1",
-        "VISTREL_MAPPING 2 1 37 133",
-        "OTHER 1 1 37 133",
-        "VISTREL_MAPPING 1 2 37 133",         // count says more than there is
-        "VISTREL_MAPPING 1 1 37 133 66",      // trailing token
-        "VISTREL_MAPPING 1 1 7 133",          // keycode below 8
-        "VISTREL_MAPPING 1 1 37 256",         // keycode above 255
-        "VISTREL_MAPPING 1 2 37 133 37 9",    // one source twice
-        "VISTREL_MAPPING 1 -1",
-        "VISTREL_MAPPING 1 1 0x25 133",
+    const QByteArray cases[] = {   // count says more than there is; trailing token; keycode below 8 or
+        // above 255; one source twice
+        "", "VISTREL_MAPPING 1", "VISTREL_MAPPING 2 1 37 133", "OTHER 1 1 37 133", "VISTREL_MAPPING 1 2 37 133",
+        "VISTREL_MAPPING 1 1 37 133 66", "VISTREL_MAPPING 1 1 7 133", "VISTREL_MAPPING 1 1 37 256",
+        "VISTREL_MAPPING 1 2 37 133 37 9", "VISTREL_MAPPING 1 -1", "VISTREL_MAPPING 1 1 0x25 133",
     };
     for (const QByteArray &text : cases)
         EXPECT_FALSE(decodeMapping(text)) << text.constData();
@@ -192,7 +148,7 @@ TEST(KeymapPlanner, ReportsKeycodesOutsideTheMap)
     EXPECT_EQ(keycodeOutside(map, {{7, 8}}), 7);
 }
 
-TEST(KeymapSnapshot, RoundTripsThroughItsText)
+TEST(KeymapSnapshot, RoundTripsThroughItsTextAndRejectsDamage)
 {
     KeymapSnapshot map = sampleKeymap();
     map.key(13).keysyms[0] = 0x1000000 + 0x20AC;   // a Unicode keysym keeps its high bits
@@ -202,23 +158,15 @@ TEST(KeymapSnapshot, RoundTripsThroughItsText)
     map.key(14).types = {1, kAlphabetic, 0, 0};
     map.key(14).virtualModifiers = 0xFFFF;
     map.key(13 - 5) = KeyEntry{};                  // a key with no groups at all
-    const auto decoded = decodeSnapshot(encodeSnapshot(map));
-    ASSERT_TRUE(decoded);
-    EXPECT_EQ(*decoded, map);
-}
+    EXPECT_TRUE(decodeSnapshot(encodeSnapshot(map)) == map);
 
-TEST(KeymapSnapshot, RejectsDamagedText)
-{
     const QByteArray good = encodeSnapshot(sampleKeymap());
     const QByteArray header = "VISTREL_KEYMAP 2 8 16\n";
     ASSERT_TRUE(good.startsWith(header));
     const QByteArray body = good.mid(header.size());
     const QByteArray f1Line = "12 0 0 0 1 5 1 0 0 5 ffbe ffbe ffbe ffbe 1008fe01 5 0 0 0 0 1050d\n";
     ASSERT_TRUE(good.contains(f1Line));
-    const struct {
-        const char *name;
-        QByteArray text;
-    } cases[] = {
+    const struct { const char *name; QByteArray text; } cases[] = {
         {"empty", ""},
         {"other magic", "OTHER_KEYMAP" + good.mid(14)},
         {"older version", "VISTREL_KEYMAP 1 8 16\n" + body},

@@ -16,8 +16,6 @@ using Moves = QList<std::pair<QString, QString>>;
 Files contents(const QString &root)
 {
     Files files;
-    if (!QFileInfo(root).isDir())
-        return files;
     QDirIterator it(root, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
     while (it.hasNext()) {
         const QString path = it.next();
@@ -26,19 +24,12 @@ Files contents(const QString &root)
     return files;
 }
 
-const Files legacyFiles = {
-    {"history.db", "old history"}, {".hidden", "h"}, {"Recordings/Recording_1.mp4", "mp4"}};
+const Files legacyFiles = {{"history.db", "old history"}, {".hidden", "h"}, {"Recordings/Recording_1.mp4", "mp4"}};
 const Files currentFiles = {{"key-mappings.json", "[]"}};
 
 TEST(AppPaths, MigratesOnlyWhenTheNewFolderIsMissing)
 {
-    struct Case {
-        const char *label;
-        bool legacy, current, moveWorks;
-        bool moveTried;
-        Files currentAfter;
-        bool legacyRemains;
-    };
+    struct Case { const char *label; bool legacy, current, moveWorks, moveTried; Files currentAfter; bool legacyRemains; };
     const Case cases[] = {
         {"only legacy: moved", true, false, true, true, legacyFiles, false},
         {"only legacy, move refused: copied", true, false, false, true, legacyFiles, true},
@@ -51,18 +42,14 @@ TEST(AppPaths, MigratesOnlyWhenTheNewFolderIsMissing)
         const QString legacy = base.filePath("Tarnwick");
         const QString current = base.filePath("Vistrel");
         for (const auto &[name, bytes] : legacyFiles.asKeyValueRange())
-            if (c.legacy)
-                writeFile(legacy + "/" + name, bytes);
+            c.legacy ? writeFile(legacy + "/" + name, bytes) : void();
         for (const auto &[name, bytes] : currentFiles.asKeyValueRange())
-            if (c.current)
-                writeFile(current + "/" + name, bytes);
-
+            c.current ? writeFile(current + "/" + name, bytes) : void();
         Moves moves;
         const QString result = AppPaths::migrateFolder(base.path(), [&](const QString &from, const QString &to) {
             moves.append({from, to});
             return c.moveWorks && QDir().rename(from, to);
         });
-
         EXPECT_EQ(result, current);
         EXPECT_TRUE(QFileInfo(current).isDir());
         EXPECT_EQ(contents(current), c.currentAfter);
@@ -81,7 +68,6 @@ TEST(AppPaths, StandardMigratesEachFolderOnItsOwn)
     writeFile(home.filePath(".local/share/Tarnwick/history.db"), "db");
     writeFile(home.filePath("Documents/Tarnwick/Recordings/a.mp4"), "a");
     writeFile(home.filePath("Documents/Vistrel/Recordings/b.mp4"), "b");
-
     const AppPaths paths = AppPaths::standard();
 
     EXPECT_EQ(paths.applicationSupport, home.filePath(".local/share/Vistrel"));

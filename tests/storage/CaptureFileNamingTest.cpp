@@ -40,18 +40,13 @@ TEST(CaptureFileNaming, CountsOnlyWhileTheNameIsTaken)
 TEST(CaptureFileNaming, StampsInLocalTime)
 {
     const QDateTime instant(QDate(2026, 11, 16), QTime(18, 23, 47), QTimeZone::utc());
-    struct Case { QByteArray tz; QString stamp; };
-    const Case cases[] = {
-        {"ICT-7", "2026-11-17_01-23-47"},
-        {"EST5", "2026-11-16_13-23-47"},
-        {"NPT-5:45", "2026-11-17_00-08-47"},
-    };
+    const std::pair<QByteArray, QString> cases[] = {
+        {"ICT-7", "2026-11-17_01-23-47"}, {"EST5", "2026-11-16_13-23-47"}, {"NPT-5:45", "2026-11-17_00-08-47"}};
     QTemporaryDir dir;
-    for (const Case &c : cases) {
-        SCOPED_TRACE(c.tz.toStdString());
-        const ScopedEnv tz{{"TZ", c.tz}};
+    for (const auto &[zone, stamp] : cases) {
+        const ScopedEnv tz{{"TZ", zone}};
         EXPECT_EQ(CaptureFileNaming::freePath(dir.path(), "Screenshot", "png", instant),
-                  dir.filePath("Screenshot_" + c.stamp + ".png"));
+                  dir.filePath("Screenshot_" + stamp + ".png")) << zone.constData();
     }
 }
 

@@ -1,6 +1,6 @@
 #include "storage/ThumbnailMaker.h"
+#include "support/TestFiles.h"
 
-#include <QFile>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
@@ -52,12 +52,7 @@ QRect paintedArea(const QImage &tile)
 
 TEST(ThumbnailMaker, FitsTheImageCentredOnTheBackgroundAtDevicePixels)
 {
-    struct Case {
-        const char *name;
-        QSize source;   // empty: the video clip
-        qreal ratio;
-        QSize drawn;    // device pixels
-    };
+    struct Case { const char *name; QSize source; qreal ratio; QSize drawn; };   // source empty: the video clip
     const Case cases[] = {
         {"wide: full width, bands above and below", {1600, 400}, 1, {92, 23}},
         {"small: enlarged to full height", {50, 50}, 1, {54, 54}},
@@ -82,10 +77,9 @@ TEST(ThumbnailMaker, FitsTheImageCentredOnTheBackgroundAtDevicePixels)
         expectTileShape(tile, c.ratio);
         const QRect area = paintedArea(tile);
         EXPECT_EQ(area.size(), c.drawn);
-        const int left = area.left(), right = tile.width() - 1 - area.right();
-        const int top = area.top(), bottom = tile.height() - 1 - area.bottom();
-        EXPECT_LE(std::abs(left - right), 1) << left << " " << right;
-        EXPECT_LE(std::abs(top - bottom), 1) << top << " " << bottom;
+        // Centred to the pixel: the bands on either side differ by at most one.
+        EXPECT_LE(std::abs(area.left() + area.right() - (tile.width() - 1)), 1) << area.left();
+        EXPECT_LE(std::abs(area.top() + area.bottom() - (tile.height() - 1)), 1) << area.top();
         int off = 0;
         for (int y = area.top(); y <= area.bottom(); ++y)
             for (int x = area.left(); x <= area.right(); ++x)
@@ -119,20 +113,12 @@ TEST(ThumbnailMaker, DrawsThePlaceholderForAnythingItCannotShow)
     QImage picture(40, 40, QImage::Format_RGB32);
     picture.fill(paint);
     ASSERT_TRUE(picture.save(dir.filePath("picture.png")));
-    QFile notAnImage(dir.filePath("notes.png"));
-    ASSERT_TRUE(notAnImage.open(QIODevice::WriteOnly) && notAnImage.write("not a picture") > 0);
-    notAnImage.close();
-
-    struct Case {
-        const char *name;
-        CaptureKind kind;
-        QString path;
-        qreal ratio;
-    };
+    writeFile(dir.filePath("notes.png"), "not a picture");
+    struct Case { const char *name; CaptureKind kind; QString path; qreal ratio; };
     const Case cases[] = {
         {"missing screenshot", CaptureKind::screenshot, dir.filePath("gone.png"), 1},
         {"missing screenshot at 2x", CaptureKind::screenshot, dir.filePath("gone.png"), 2},
-        {"unreadable screenshot", CaptureKind::screenshot, notAnImage.fileName(), 1},
+        {"unreadable screenshot", CaptureKind::screenshot, dir.filePath("notes.png"), 1},
         {"not a screenshot, even with a picture at its path", CaptureKind::video, dir.filePath("picture.png"), 1},
         {"a video without a frame", CaptureKind::video, dir.filePath("other.mp4"), 1},
         {"a screenshot never asks the video decoder", CaptureKind::screenshot, "/videos/clip.mp4", 1},
