@@ -84,6 +84,7 @@ class RecordingTests(harness.SystemTestCase):
         session.x.key("Escape")
         harness.wait_until(lambda: app.main_shown(main), 20, "the main window back")
         self.assertEqual((self._files(session), app.history()), ([], []))
+        self.assertIn("Đã hủy quay màn hình", app.process.log_text())
 
         hud, _ = self._start_recording(session, app, 500, 400, 101, 51)
         time.sleep(1.5)
@@ -95,7 +96,7 @@ class RecordingTests(harness.SystemTestCase):
         self.assertEqual((streams["video"]["width"], streams["video"]["height"]), (100, 50))
         self.assertEqual(app.history(), [{"type": "video", "path": path}])
 
-    def test_killed_recording_plays_and_is_listed_after_relaunch(self):
+    def test_killed_recording_is_listed_after_relaunch_and_quitting_finishes_one(self):
         session = self.start_session()
         app = VistrelApp(session)
         app.ready_with_main_only()
@@ -114,6 +115,16 @@ class RecordingTests(harness.SystemTestCase):
         self.assertGreater(duration, 3.0)
         self.assertEqual(streams["video"]["codec_name"], "h264")
         self.assertNotIn(b"moof", read(path)[:64 * 1024])
+
+        # Quitting mid-recording finishes and lists the file before the app is gone.
+        self._start_recording(session, app, 200, 200, 320, 240)
+        time.sleep(2)
+        self.assertEqual(app.quit_by_hot_key(), 0)
+        self.assertEqual(self._files(session, ".recording"), [])
+        [second] = [f for f in self._files(session) if f != path]
+        self.assertGreater(probe(second)[1], 1.5)
+        self.assertNotIn(b"moof", read(second)[:64 * 1024])
+        self.assertEqual(app.history(), [{"type": "video", "path": path}, {"type": "video", "path": second}])
 
 
 if __name__ == "__main__":
