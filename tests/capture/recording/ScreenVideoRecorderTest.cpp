@@ -12,14 +12,14 @@ const RecordingError platformError{"Platform", 3, "màn hình đã tắt"};
 
 struct Frame { std::int64_t at; std::optional<int> status = 0; };
 struct Audio { std::int64_t at; };
-struct Stop {};
-struct PlatformStop {};
+struct Stop {}; struct PlatformStop {};
 struct ConfirmStop { std::optional<RecordingError> error; };
 using Step = std::variant<Frame, Audio, Stop, PlatformStop, ConfirmStop>;
 
+using Script = FakeMediaWriter::Script;
 struct Case {
     const char *name;
-    FakeMediaWriter::Script writer;
+    Script writer;
     bool holdStops;
     std::optional<RecordingError> stopError;
     std::vector<Step> steps;
@@ -30,9 +30,9 @@ struct Case {
 
 RecordingError code(ScreenVideoRecorder::Code c) { return ScreenVideoRecorder::error(c); }
 
-FakeMediaWriter::Script failing(bool FakeMediaWriter::Script::*flag, std::optional<RecordingError> error = {})
+Script failing(bool Script::*flag, std::optional<RecordingError> error = {})
 {
-    FakeMediaWriter::Script script;
+    Script script;
     script.*flag = false;
     script.error = error;
     return script;
@@ -47,24 +47,24 @@ const Case cases[] = {
      {"start", "session 120", "video 120", "finish"}, 1},
     {"stop before any frame", {}, false, {}, {Audio{10}, Frame{20, 1}, Stop{}},
      code(ScreenVideoRecorder::noFrame), {"cancel"}, 1},
-    {"writer cannot start and says nothing", failing(&FakeMediaWriter::Script::startOk), false, {},
+    {"writer cannot start and says nothing", failing(&Script::startOk), false, {},
      {Frame{100}, Frame{133}}, code(ScreenVideoRecorder::startFailed), {"start", "cancel"}, 1},
-    {"writer cannot start and says why", failing(&FakeMediaWriter::Script::startOk, writerError), false, {},
+    {"writer cannot start and says why", failing(&Script::startOk, writerError), false, {},
      {Frame{100}}, writerError, {"start", "cancel"}, 1},
-    {"a frame cannot be written", failing(&FakeMediaWriter::Script::videoOk), false, {},
+    {"a frame cannot be written", failing(&Script::videoOk), false, {},
      {Frame{100}, Frame{133}}, code(ScreenVideoRecorder::videoAppend),
      {"start", "session 100", "video 100", "cancel"}, 1},
-    {"sound cannot be written", failing(&FakeMediaWriter::Script::audioOk), false, {},
+    {"sound cannot be written", failing(&Script::audioOk), false, {},
      {Frame{100}, Audio{110}, Audio{130}}, code(ScreenVideoRecorder::audioAppend),
      {"start", "session 100", "video 100", "audio 110", "cancel"}, 1},
-    {"the file cannot be finished", failing(&FakeMediaWriter::Script::finishOk), false, {},
+    {"the file cannot be finished", failing(&Script::finishOk), false, {},
      {Frame{100}, Stop{}}, code(ScreenVideoRecorder::finishFailed),
      {"start", "session 100", "video 100", "finish"}, 1},
-    {"finishing fails with the writer's reason", failing(&FakeMediaWriter::Script::finishOk, writerError), false, {},
+    {"finishing fails with the writer's reason", failing(&Script::finishOk, writerError), false, {},
      {Frame{100}, Stop{}}, writerError, {"start", "session 100", "video 100", "finish"}, 1},
-    {"a writer that is not ready drops frames", [] { FakeMediaWriter::Script s; s.videoReady = false; return s; }(),
-     false, {}, {Frame{100}, Frame{133}, Stop{}}, QString("file"), {"start", "session 100", "finish"}, 1},
-    {"the platform ends the stream", {}, false, {}, {Frame{100}, PlatformStop{}}, platformError,
+    {"a writer that is not ready drops frames", failing(&Script::videoReady), false, {}, {Frame{100}, Frame{133}, Stop{}},
+     QString("file"), {"start", "session 100", "finish"}, 1},
+    {"the platform ends the stream; later frames are not written", {}, false, {}, {Frame{100}, PlatformStop{}, Frame{133}}, platformError,
      {"start", "session 100", "video 100", "cancel"}, 0},
     {"the platform's error wins over a pending stop", {}, true, {}, {Frame{100}, Stop{}, PlatformStop{}, ConfirmStop{}},
      platformError, {"start", "session 100", "video 100", "cancel"}, 1},
@@ -74,7 +74,7 @@ const Case cases[] = {
      QString("file"), {"start", "session 100", "video 100", "finish"}, 1},
     {"a stream that cannot stop reports why", {}, false, platformError, {Frame{100}, Stop{}}, platformError,
      {"start", "session 100", "video 100", "cancel"}, 1},
-    {"a stored error outranks the stop's", failing(&FakeMediaWriter::Script::videoOk, writerError), false, platformError,
+    {"a stored error outranks the stop's", failing(&Script::videoOk, writerError), false, platformError,
      {Frame{100}}, writerError, {"start", "session 100", "video 100", "cancel"}, 1},
 };
 
@@ -109,15 +109,14 @@ TEST_P(ScreenVideoRecorderTest, DeliversOneResult)
         // Keeps the queue's order apart from the test thread's.
         QTest::qWait(5);
     }
-    ASSERT_TRUE(QTest::qWaitFor([&] { return !results.empty(); }, 3000)) << c.name;
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !results.empty(); }, 3000));
     recorder.stop();
     QTest::qWait(50);
-    ASSERT_EQ(results.size(), 1u) << c.name;
-
-    EXPECT_EQ(results.front(), std::holds_alternative<QString>(c.expected) ? ScreenVideoRecorder::Result("/tmp/out.mp4") : c.expected)
-        << c.name;
-    EXPECT_EQ(backend.writer->log(), c.log) << c.name;
-    EXPECT_EQ(stream->stopRequests, c.stopRequests) << c.name;
+    const ScreenVideoRecorder::Result expected =
+        std::holds_alternative<QString>(c.expected) ? ScreenVideoRecorder::Result("/tmp/out.mp4") : c.expected;
+    EXPECT_EQ(results, std::vector{expected});
+    EXPECT_EQ(backend.writer->log(), c.log);
+    EXPECT_EQ(stream->stopRequests, c.stopRequests);
 }
 
 INSTANTIATE_TEST_SUITE_P(Cases, ScreenVideoRecorderTest, ::testing::ValuesIn(cases));
