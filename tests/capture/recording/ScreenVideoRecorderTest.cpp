@@ -132,21 +132,6 @@ TEST(ScreenVideoRecorder, StreamRefusalIsStartsAnswerAndNoResultFollows)
     EXPECT_EQ(results, 0);
 }
 
-TEST(ScreenVideoRecorder, ErrorTextsAndDomains)
-{
-    const struct { ScreenVideoRecorder::Code code; const char *domain; const char *text; } table[] = {
-        {ScreenVideoRecorder::videoInput, "Vistrel", "Không thể tạo bộ mã hóa video"},
-        {ScreenVideoRecorder::audioInput, "Vistrel", "Không thể tạo bộ mã hóa âm thanh"},
-        {ScreenVideoRecorder::startFailed, "Vistrel", "Không thể khởi động bộ mã hóa video"},
-        {ScreenVideoRecorder::videoAppend, "Vistrel.VideoRecorder", "Không thể ghi khung hình video"},
-        {ScreenVideoRecorder::audioAppend, "Vistrel.VideoRecorder", "Không thể ghi âm thanh"},
-        {ScreenVideoRecorder::noFrame, "Vistrel", "Video chưa nhận được khung hình. Hãy quay ít nhất 1 giây."},
-        {ScreenVideoRecorder::finishFailed, "Vistrel", "Không thể hoàn tất tệp video"},
-    };
-    for (const auto &row : table)
-        EXPECT_EQ(ScreenVideoRecorder::error(row.code), (RecordingError{row.domain, int(row.code), row.text})) << row.text;
-}
-
 void PrintTo(const Case &c, std::ostream *os) { *os << c.name; }
 
 } // namespace

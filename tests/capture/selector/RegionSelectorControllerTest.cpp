@@ -59,27 +59,6 @@ TEST_F(RegionSelectorControllerTest, CoversTheScreenAndAnswersADragOnce)
     QGuiApplication::restoreOverrideCursor();
 }
 
-TEST_F(RegionSelectorControllerTest, EscapeEndsWithoutARectangleExactlyOnce)
-{
-    for (const bool whileDragging : {false, true}) {
-        SCOPED_TRACE(whileDragging ? "escape while dragging, then a stray release" : "two escapes while idle");
-        answers.clear();
-        auto selector = open();
-        QWidget *view = selector->view();
-        if (whileDragging) {
-            QTest::mousePress(view, Qt::LeftButton, {}, {10, 10});
-            QTest::mouseMove(view, {200, 200});
-        }
-        QTest::keyClick(view, Qt::Key_Escape);
-        if (whileDragging)
-            QTest::mouseRelease(view, Qt::LeftButton, {}, {200, 200});
-        else
-            QTest::keyClick(view, Qt::Key_Escape);
-        EXPECT_EQ(answers, (decltype(answers){{std::nullopt, screen}}));
-        EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr);
-    }
-}
-
 TEST_F(RegionSelectorControllerTest, ReleasedMidDragItTearsDownWithoutAnAnswer)
 {
     auto selector = open();
