@@ -1,8 +1,6 @@
 #include "capture/CaptureTestDoubles.h"
 #include "capture/screenshot/ScreenshotFlow.h"
 
-namespace {
-
 // Two offscreen screens side by side, at scale 2 and 1.5 (two-screens.json).
 class MultiScreen : public ::testing::Test {
 protected:
@@ -56,5 +54,3 @@ TEST_F(MultiScreen, CutsAtTheDensityOfTheScreenUnderThePointer)
         flushDeletions();
     }
 }
-
-} // namespace

@@ -6,8 +6,6 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-namespace {
-
 TEST(QtProcessRunner, RunsTheExactProgramAndReportsHowItEnded)
 {
     const struct { const char *name; QString program; QStringList arguments; bool started; int exitCode; QByteArray output; } cases[] = {
@@ -68,5 +66,3 @@ TEST(QtProcessRunner, CompanionReadsEndOfFileHoweverWeLeave)
     EXPECT_FALSE(runner.startCompanion("sh", {}));
     EXPECT_FALSE(runner.startCompanion("/nonexistent/vistrel-keymap", {}));
 }
-
-} // namespace

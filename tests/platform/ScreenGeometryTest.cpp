@@ -2,14 +2,9 @@
 
 #include <gtest/gtest.h>
 
-namespace {
-
-const QRectF left(0, 0, 1920, 1080);
-const QRectF right(1920, 0, 1280, 800);
-const QRectF above(-200, -900, 1440, 900);
-
 TEST(ScreenGeometry, ChoosesTheScreenUnderThePointWithFallbacks)
 {
+    const QRectF left(0, 0, 1920, 1080), right(1920, 0, 1280, 800), above(-200, -900, 1440, 900);
     const struct { const char *name; QList<QRectF> frames; QPointF point; std::optional<qsizetype> mainIndex, expected; } cases[] = {
         {"on the seam belongs to the right screen", {left, right}, {1920, 10}, 0, 1},
         {"last column of the left screen", {left, right}, {1919.5, 10}, 1, 0},
@@ -37,5 +32,3 @@ TEST(ScreenGeometry, CentresAWindowInTheAvailableArea)
     for (const auto &c : cases)
         EXPECT_EQ(ScreenGeometry::centredTopLeft(c.window, c.available), c.expected) << c.window.width();
 }
-
-} // namespace

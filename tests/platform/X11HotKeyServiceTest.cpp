@@ -127,7 +127,7 @@ TEST_F(X11HotKeyServiceTest, FiresOnlyForTheExactModifiersWhateverTheLockState)
     EXPECT_EQ(X11KeySynthesizer::open(":987"), nullptr);
 }
 
-TEST_F(X11HotKeyServiceTest, OneRegistrationPerCombinationReleasedWholeByUnregister)
+TEST_F(X11HotKeyServiceTest, OneRegistrationPerCombinationReleasedWholeAndNoneTakenFromOthers)
 {
     const quint32 handle = service->registerHotKey(VirtualKey::four, HotKeyModifier::command, 4);
     ASSERT_NE(handle, 0u);
@@ -140,10 +140,8 @@ TEST_F(X11HotKeyServiceTest, OneRegistrationPerCombinationReleasedWholeByUnregis
     service->unregisterHotKey(handle);
     EXPECT_EQ(firedBy({VirtualKey::command}, VirtualKey::four), QList<quint32>{});
     EXPECT_TRUE(othersCanGrab(keycodeOf(XK_4)));
-}
 
-TEST_F(X11HotKeyServiceTest, CombinationHeldElsewhereIsRefusedWithoutSideEffects)
-{
+    // A combination held elsewhere is refused without side effects.
     const xcb_keycode_t six = keycodeOf(XK_6);
     for (const quint16 held : lockVariants) {
         SCOPED_TRACE(held);

@@ -4,8 +4,6 @@
 #include <QFileInfo>
 #include <QRegularExpression>
 
-namespace {
-
 TEST(CaptureService, SavesCopiesRecordsAndReportsAScreenshot)
 {
     CaptureRig rig;
@@ -45,5 +43,3 @@ TEST(CaptureService, AFailedWriteLeavesNoTrace)
     EXPECT_EQ(rig.historyChanges, 0);
     EXPECT_TRUE(rig.statuses.isEmpty());
 }
-
-} // namespace

@@ -8,8 +8,6 @@
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
-namespace {
-
 TEST(RecordingSetup, RegionBecomesSourceAndEvenOutputNeverEnlarged)
 {
     const struct { QRectF region, frame; qreal ratio; QRect source; QSize output; } cases[] = {
@@ -64,5 +62,3 @@ TEST(InterruptedRecordings, FinishesMarkedFilesKeepsOthersAndRetriesFailures)
             << path.toStdString();
     EXPECT_FALSE(backend.finishedInterrupted.contains(unmarked));
 }
-
-} // namespace

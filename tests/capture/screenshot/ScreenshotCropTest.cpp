@@ -1,8 +1,6 @@
 #include "capture/CaptureTestDoubles.h"
 #include "capture/screenshot/ScreenshotCrop.h"
 
-namespace {
-
 TEST(ScreenshotCrop, MapsSelectionsToWholeDevicePixels)
 {
     const QRectF hd(0, 0, 1920, 1080), second(1920, 0, 1280, 800);
@@ -43,5 +41,3 @@ TEST(ScreenshotCrop, CutsTheSelectedPixelsAtFullDensity)
 
     EXPECT_FALSE(ScreenshotCrop::crop(frozen, frame, QRectF(0, 0, 100, 100)));
 }
-
-} // namespace
