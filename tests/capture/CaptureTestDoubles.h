@@ -16,6 +16,7 @@
 #include <QScreen>
 #include <QTemporaryDir>
 #include <QTest>
+#include <gtest/gtest.h>
 #include <vector>
 
 // Each pixel carries its own coordinates, so a wrong offset or size shows at once.
@@ -40,18 +41,15 @@ inline void dragOn(QWidget *view, QPoint from, QPoint to)
 // Runs deferred deletions so released windows are really gone.
 inline void flushDeletions() { QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete); }
 
-// The main window, as far as a capture flow sees it.
 struct FakeHost : CaptureHost {
     bool visible = true;
     int shows = 0;
     QScreen *centredOn = nullptr;
-
     bool isWindowVisible() const override { return visible; }
     void hideWindow() override { visible = false; }
     void showWindowCentredOn(QScreen *screen) override { visible = true; ++shows; centredOn = screen; }
 };
 
-// Keeps each editor a flow opens, with the completion that answers it.
 struct FakeEditorLauncher : EditorLauncher {
     struct Opened { QImage image; QScreen *screen; Completion completion; };
     std::vector<Opened> opened;
@@ -80,6 +78,7 @@ struct CaptureRig {
     // Not created up front: the service makes the Desktop folder itself.
     QString desktop() const { return root.filePath("Desktop"); }
     QStringList desktopFiles() const { return QDir(desktop()).entryList(QDir::Files); }
+    QString onlyDesktopFile() const { return desktopFiles().size() == 1 ? QDir(desktop()).filePath(desktopFiles()[0]) : QString(); }
     RegionSelectorView *view() const { return selector.current() ? selector.current()->view() : nullptr; }
     // The part of the grab under a region given in points.
     QImage grabbed(QRectF points) const

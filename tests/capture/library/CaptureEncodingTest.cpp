@@ -12,12 +12,11 @@ QImage screenLike(int width, int height, bool alpha, quint32 seed)
 {
     QImage image(width, height, alpha ? QImage::Format_ARGB32 : QImage::Format_RGB32);
     QRandomGenerator rng(seed);
-    for (int y = 0; y < height; ++y) {
+    for (int y = 0; y < height; ++y)
         for (int x = 0; x < width; ++x) {
             const int v = (x / 16 + y / 16) % 3 == 0 ? int(rng.bounded(256)) : ((x / 7) % 2 ? 240 : 30);
             image.setPixel(x, y, qRgba(v, (v + y) & 0xff, (x * 3) & 0xff, alpha ? (x + y) & 0xff : 255));
         }
-    }
     return image;
 }
 
@@ -41,9 +40,8 @@ TEST(PngEncoder, RoundTripsThroughAStandardDecoder)
     // Premultiplied colours come back as they were; a null image gives nothing.
     QImage premultiplied(8, 8, QImage::Format_ARGB32_Premultiplied);
     premultiplied.fill(qPremultiply(qRgba(200, 100, 50, 128)));
-    QImage decoded;
-    ASSERT_TRUE(decoded.loadFromData(PngEncoder::encode(premultiplied), "PNG"));
-    EXPECT_EQ(decoded.convertToFormat(QImage::Format_ARGB32_Premultiplied), premultiplied);
+    EXPECT_EQ(QImage::fromData(PngEncoder::encode(premultiplied), "PNG").convertToFormat(QImage::Format_ARGB32_Premultiplied),
+              premultiplied);
     EXPECT_TRUE(PngEncoder::encode(QImage()).isEmpty());
 }
 
@@ -56,9 +54,7 @@ TEST(ImageMimeData, OffersTheSameImageAsPngAndTiff)
     EXPECT_EQ(data.formats(), (QStringList{"image/png", "image/tiff"}));
     EXPECT_FALSE(data.hasFormat("application/x-qt-image"));
     EXPECT_EQ(data.data("image/png"), png);
-    QImage fromTiff;
-    ASSERT_TRUE(fromTiff.loadFromData(data.data("image/tiff"), "TIFF"));
-    EXPECT_EQ(fromTiff.convertToFormat(QImage::Format_RGB32), image);
+    EXPECT_EQ(QImage::fromData(data.data("image/tiff"), "TIFF").convertToFormat(QImage::Format_RGB32), image);
 }
 
 } // namespace

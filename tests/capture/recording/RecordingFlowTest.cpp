@@ -8,9 +8,10 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QPushButton>
-#include <gtest/gtest.h>
 
 namespace {
+
+using F = RecordingFlow;
 
 class RecordingFlowTest : public ::testing::Test {
 protected:
@@ -33,12 +34,13 @@ protected:
         return view;
     }
     // Delivers a frame at that time, if any, then stops and waits for the end.
-    void finishWith(std::optional<int> frameAt)
+    void finishWith(std::optional<int> frameAt, bool viaToggle = false)
     {
+        const qsizetype ends = rig.ended.size();
         if (frameAt)
             backend.stream->deliver(FakeCaptureStream::frame(*frameAt));
-        flow.stopVideo();
-        ASSERT_TRUE(QTest::qWaitFor([&] { return !rig.ended.isEmpty(); }, 3000));
+        viaToggle ? flow.toggleVideo() : flow.stopVideo();
+        ASSERT_TRUE(QTest::qWaitFor([&] { return rig.ended.size() > ends; }, 3000));
         flushDeletions();
     }
 
@@ -51,10 +53,12 @@ TEST_F(RecordingFlowTest, ARecordingEndsAsAVideoRowWithItsStatusTexts)
 {
     RegionSelectorView *view = selectRegion();
     ASSERT_NE(view, nullptr);
-    EXPECT_EQ(view->prompt(), RecordingFlow::prompt);
+    EXPECT_EQ(view->prompt(), F::prompt);
     ASSERT_TRUE(flow.isRecording());
     ASSERT_NE(flow.hud(), nullptr);
-    EXPECT_EQ(flow.hud()->timeText(), "00:00");
+    const QRect area = rig.screen->availableGeometry();
+    EXPECT_EQ(std::tuple(flow.hud()->timeText(), flow.hud()->window()->isVisible(), flow.hud()->window()->pos()),
+              std::tuple("00:00", true, QPoint(area.right() + 1 - 240, area.top() + 32)));
     const qreal ratio = rig.screen->devicePixelRatio();
     EXPECT_EQ(backend.configuration->outputSize, QSize(int(101 * ratio) & ~1, int(51 * ratio) & ~1));
     const QString path = backend.outputPath;
@@ -62,16 +66,12 @@ TEST_F(RecordingFlowTest, ARecordingEndsAsAVideoRowWithItsStatusTexts)
     EXPECT_TRUE(QFile::exists(InterruptedRecordings::markerPath(path)));
 
     finishWith(100);
-    EXPECT_FALSE(flow.isRecording());
-    EXPECT_EQ(flow.hud(), nullptr);
-    EXPECT_EQ(rig.statuses, (QStringList{RecordingFlow::selectingText, RecordingFlow::selectingText,
-                                         RecordingFlow::preparingText, RecordingFlow::recordingText,
-                                         RecordingFlow::finishingText,
-                                         RecordingFlow::savedPrefix + QFileInfo(path).fileName()}));
+    EXPECT_TRUE(!flow.isRecording() && !flow.hud());
+    EXPECT_EQ(rig.statuses, (QStringList{F::selectingText, F::selectingText, F::preparingText, F::recordingText,
+                                         F::finishingText, F::savedPrefix + QFileInfo(path).fileName()}));
     const auto rows = rig.database.recent();
     ASSERT_EQ(rows.size(), 1);
-    EXPECT_EQ(rows[0].kind, CaptureKind::video);
-    EXPECT_EQ(rows[0].path, path);
+    EXPECT_EQ(std::pair(rows[0].kind, rows[0].path), std::pair(CaptureKind::video, path));
     EXPECT_EQ(rig.finishedOn, QList<QScreen *>{rig.screen});
     EXPECT_EQ(rig.ended, QStringList{path});
     EXPECT_FALSE(QFile::exists(InterruptedRecordings::markerPath(path)));
@@ -80,11 +80,11 @@ TEST_F(RecordingFlowTest, ARecordingEndsAsAVideoRowWithItsStatusTexts)
 TEST_F(RecordingFlowTest, FailuresReportOnceRemoveTheFileAndBringTheWindowBack)
 {
     const RecordingError refused{"Platform", 5, "bị từ chối"};
-    const struct { const char *name; std::optional<RecordingError> createError, streamError; QString lastStatus; } cases[] = {
-        {"stop before the first frame", {}, {},
-         RecordingFlow::failedPrefix + "Video chưa nhận được khung hình. Hãy quay ít nhất 1 giây."},
-        {"the backend cannot build", refused, {}, RecordingFlow::startFailedPrefix + "bị từ chối"},
-        {"the stream will not start", {}, refused, RecordingFlow::startFailedPrefix + "bị từ chối"},
+    const struct { const char *name; bool escape; std::optional<RecordingError> createError, streamError; QString lastStatus; } cases[] = {
+        {"escape in the selector", true, {}, {}, F::cancelledText},
+        {"stop before the first frame", false, {}, {}, F::failedPrefix + "Video chưa nhận được khung hình. Hãy quay ít nhất 1 giây."},
+        {"the backend cannot build", false, refused, {}, F::startFailedPrefix + "bị từ chối"},
+        {"the stream will not start", false, {}, refused, F::startFailedPrefix + "bị từ chối"},
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.name);
@@ -92,31 +92,25 @@ TEST_F(RecordingFlowTest, FailuresReportOnceRemoveTheFileAndBringTheWindowBack)
         rig.finishedOn.clear();
         backend.createError = c.createError;
         backend.streamStartError = c.streamError;
-        selectRegion();
+        if (c.escape) {
+            QTest::keyClick(toggle(), Qt::Key_Escape);
+            flushDeletions();
+            EXPECT_EQ(backend.configuration, std::nullopt);
+        } else {
+            selectRegion();
+        }
         if (flow.isRecording()) {
             QFile(backend.outputPath).open(QIODevice::WriteOnly);   // the writer would have made it by now
             finishWith(std::nullopt);
         }
-        EXPECT_EQ(rig.statuses.last(), c.lastStatus);
-        EXPECT_EQ(rig.ended, QStringList{QString()});
-        EXPECT_EQ(rig.finishedOn, QList<QScreen *>{rig.screen});
-        EXPECT_FALSE(QFile::exists(backend.outputPath));
-        EXPECT_FALSE(QFile::exists(InterruptedRecordings::markerPath(backend.outputPath)));
+        EXPECT_EQ(std::tuple(rig.statuses.last(), rig.ended, rig.finishedOn), std::tuple(c.lastStatus, QStringList{QString()}, QList{rig.screen}));
+        EXPECT_FALSE(QFile::exists(backend.outputPath) || QFile::exists(InterruptedRecordings::markerPath(backend.outputPath)));
         EXPECT_TRUE(rig.database.recent().isEmpty());
     }
 }
 
-TEST_F(RecordingFlowTest, EscapeCancelsAndTheHudButtonStopsOnce)
+TEST_F(RecordingFlowTest, TheHudButtonStopsOnceAndSoDoesTheToggle)
 {
-    RegionSelectorView *view = toggle();
-    ASSERT_NE(view, nullptr);
-    QTest::keyClick(view, Qt::Key_Escape);
-    flushDeletions();
-    EXPECT_EQ(rig.statuses.last(), RecordingFlow::cancelledText);
-    EXPECT_EQ(rig.ended, QStringList{QString()});
-    EXPECT_EQ(rig.finishedOn, QList<QScreen *>{rig.screen});
-    EXPECT_EQ(backend.configuration, std::nullopt);
-
     selectRegion();
     ASSERT_TRUE(flow.isRecording());
     backend.stream->holdStops = true;
@@ -124,34 +118,29 @@ TEST_F(RecordingFlowTest, EscapeCancelsAndTheHudButtonStopsOnce)
     QPushButton *stop = flow.hud()->stopButton();
     stop->click();
     stop->click();
-    EXPECT_EQ(rig.statuses.count(RecordingFlow::finishingText), 1);
+    EXPECT_EQ(rig.statuses.count(F::finishingText), 1);
     ASSERT_TRUE(QTest::qWaitFor([&] { return backend.stream->stopRequests == 1; }, 2000));
     backend.stream->confirmStop();
-    ASSERT_TRUE(QTest::qWaitFor([&] { return rig.ended.size() == 2; }, 2000));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return rig.ended.size() == 1; }, 2000));
     EXPECT_EQ(rig.ended.last(), backend.outputPath);
 
-    // A toggle while recording stops too.
     selectRegion();
     ASSERT_TRUE(flow.isRecording());
-    backend.stream->deliver(FakeCaptureStream::frame(100));
-    flow.toggleVideo();
-    ASSERT_TRUE(QTest::qWaitFor([&] { return rig.ended.size() == 3; }, 2000));
+    finishWith(100, true);
     EXPECT_EQ(rig.ended.last(), backend.outputPath);
 }
 
 TEST_F(RecordingFlowTest, InterruptedRecordingsJoinTheHistory)
 {
-    const QString folder = QDir(rig.root.path()).filePath("Recordings");
+    const QString folder = QDir(rig.root.path()).filePath("Recordings"), path = folder + "/Recording_x.mp4";
     QDir().mkpath(folder);
-    const QString path = QDir(folder).filePath("Recording_x.mp4");
     QFile(path).open(QIODevice::WriteOnly);
     InterruptedRecordings::begin(path);
     backend.recoveries[path] = RecordingBackend::Recovery::finished;
     flow.recoverInterrupted();
     const auto rows = rig.database.recent();
     ASSERT_EQ(rows.size(), 1);
-    EXPECT_EQ(rows[0].path, path);
-    EXPECT_EQ(rows[0].kind, CaptureKind::video);
+    EXPECT_EQ(std::pair(rows[0].kind, rows[0].path), std::pair(CaptureKind::video, path));
     EXPECT_EQ(rig.historyChanges, 1);
 }
 

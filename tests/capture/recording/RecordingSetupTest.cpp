@@ -8,8 +8,6 @@
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
-namespace {
-
 TEST(RecordingSetup, RegionBecomesSourceAndEvenOutputNeverEnlarged)
 {
     const struct { QRectF region, frame; qreal ratio; QRect source; QSize output; } cases[] = {
@@ -36,11 +34,9 @@ TEST(RecordingSetup, RegionBecomesSourceAndEvenOutputNeverEnlarged)
 
 TEST(RecordingHUD, ClockReadsMinutesAndSecondsPastAnHour)
 {
-    const struct { qint64 seconds; const char *text; } cases[] = {
-        {0, "00:00"}, {1, "00:01"}, {59, "00:59"}, {60, "01:00"}, {3599, "59:59"}, {4500, "75:00"}, {6001, "100:01"},
-    };
-    for (const auto &c : cases)
-        EXPECT_EQ(RecordingHUDController::elapsedText(c.seconds), c.text);
+    for (auto [seconds, text] : {std::pair<qint64, const char *>{0, "00:00"}, {1, "00:01"}, {59, "00:59"}, {60, "01:00"},
+                                 {3599, "59:59"}, {4500, "75:00"}, {6001, "100:01"}})
+        EXPECT_EQ(RecordingHUDController::elapsedText(seconds), text);
 }
 
 TEST(InterruptedRecordings, FinishesMarkedFilesKeepsOthersAndRetriesFailures)
@@ -51,8 +47,7 @@ TEST(InterruptedRecordings, FinishesMarkedFilesKeepsOthersAndRetriesFailures)
                   gone = dir.filePath("Recording_gone.mp4");
     for (const QString &path : {playable, empty, stuck, unmarked}) {
         QFile f(path);
-        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-        f.write("x");
+        ASSERT_TRUE(f.open(QIODevice::WriteOnly) && f.write("x") == 1);
     }
     for (const QString &path : {playable, empty, stuck, gone})
         InterruptedRecordings::begin(path);
@@ -60,14 +55,10 @@ TEST(InterruptedRecordings, FinishesMarkedFilesKeepsOthersAndRetriesFailures)
     backend.recoveries = {{playable, RecordingBackend::Recovery::finished}, {stuck, RecordingBackend::Recovery::failed}};
     EXPECT_EQ(InterruptedRecordings::recover(dir.path(), backend), QStringList{playable});
 
-    const struct { QString path; bool file, marker; } expected[] = {
-        {playable, true, false}, {empty, false, false}, {stuck, true, true}, {unmarked, true, false}, {gone, false, false},
-    };
-    for (const auto &e : expected) {
-        EXPECT_EQ(QFile::exists(e.path), e.file) << e.path.toStdString();
-        EXPECT_EQ(QFile::exists(InterruptedRecordings::markerPath(e.path)), e.marker) << e.path.toStdString();
-    }
+    // Which files and markers are left.
+    for (auto [path, file, marker] : {std::tuple{playable, true, false}, {empty, false, false}, {stuck, true, true},
+                                      {unmarked, true, false}, {gone, false, false}})
+        EXPECT_EQ(std::pair(QFile::exists(path), QFile::exists(InterruptedRecordings::markerPath(path))), std::pair(file, marker))
+            << path.toStdString();
     EXPECT_FALSE(backend.finishedInterrupted.contains(unmarked));
 }
-
-} // namespace

@@ -3,22 +3,23 @@
 #include "capture/screenshot/ScreenshotFlow.h"
 
 #include <QFileInfo>
-#include <gtest/gtest.h>
 
 namespace {
+
+using F = ScreenshotFlow;
 
 class ScreenshotFlowTest : public ::testing::Test {
 protected:
     ScreenshotFlowTest() { rig.watch(flow); }
 
-    // Starts a capture and lets the deferred step open the selector.
+    // Starts a capture; the grab and the selector wait for the next turn.
     RegionSelectorView *start()
     {
         RegionSelectorController *before = rig.selector.current();
         flow.captureScreenshot();
         EXPECT_FALSE(rig.host.visible);
-        EXPECT_EQ(rig.statuses.last(), ScreenshotFlow::selectingText);
-        EXPECT_EQ(rig.selector.current(), before);   // the grab waits for the next turn
+        EXPECT_EQ(rig.statuses.last(), F::selectingText);
+        EXPECT_EQ(rig.selector.current(), before);
         QCoreApplication::processEvents();
         return rig.view();
     }
@@ -28,109 +29,83 @@ protected:
     ScreenshotFlow flow{{rig.host, rig.service, rig.selector, rig.grabber, rig.screens, rig.windowExits, rig.editors}};
 };
 
-TEST_F(ScreenshotFlowTest, ADragSavesTheRegionAndHandsItToTheEditor)
+TEST_F(ScreenshotFlowTest, ADragSavesTheRegionAndTheEditorMayOverwriteIt)
 {
     RegionSelectorView *view = start();
     ASSERT_NE(view, nullptr);
-    EXPECT_EQ(view->prompt(), ScreenshotFlow::prompt);
+    EXPECT_EQ(view->prompt(), F::prompt);
     EXPECT_EQ(rig.grabber.requests, QList<QScreen *>{rig.screen});
     dragOn(view, {30, 40}, {130, 90});
     flushDeletions();
     EXPECT_EQ(rig.selector.current(), nullptr);
+    const QString path = rig.onlyDesktopFile(), name = QFileInfo(path).fileName();
+    ASSERT_FALSE(path.isEmpty());
     ASSERT_EQ(rig.editors.opened.size(), 1u);
     EXPECT_EQ(rig.editors.opened[0].image.convertToFormat(QImage::Format_RGB32), rig.grabbed({30, 40, 100, 50}));
     EXPECT_EQ(rig.editors.opened[0].screen, rig.screen);
-    ASSERT_EQ(rig.desktopFiles().size(), 1);
-    const QString name = rig.desktopFiles().first();
-    EXPECT_EQ(rig.statuses, (QStringList{ScreenshotFlow::selectingText, CaptureService::savedPrefix + name}));
+    EXPECT_EQ(rig.statuses, (QStringList{F::selectingText, CaptureService::savedPrefix + name}));
     EXPECT_FALSE(host.visible);   // the editor comes to the front instead
-    EXPECT_EQ(rig.ended, QStringList{QDir(rig.desktop()).filePath(name)});
+    EXPECT_EQ(rig.ended, QStringList{path});
+
+    // The edit replaces the file and its clipboard entry, not the history row.
+    const EditorLauncher::Completion answer = rig.editors.opened[0].completion;
+    QImage edited(40, 40, QImage::Format_RGB32);
+    edited.fill(Qt::red);
+    answer(edited);
+    answer(std::nullopt);   // closed without saving: nothing changes
+    EXPECT_EQ(QImage(path).convertToFormat(QImage::Format_RGB32), edited);
+    EXPECT_EQ(std::tuple(rig.database.recent().size(), rig.historyChanges, rig.clipboard.entries.size()), std::tuple(1, 2, 2u));
+    EXPECT_EQ(rig.statuses.mid(2), QStringList{CaptureService::replacedPrefix + name});
+
+    ASSERT_TRUE(QDir(rig.desktop()).removeRecursively());   // the overwrite cannot land
+    answer(edited);
+    EXPECT_EQ(rig.statuses.last(), F::editSaveFailedText);
+    ASSERT_EQ(rig.clipboard.entries.size(), 3u);   // the edit is still on the clipboard
+    EXPECT_TRUE(rig.clipboard.entries.back()->hasFormat("image/png"));
+    EXPECT_EQ(rig.historyChanges, 2);
 }
 
-TEST_F(ScreenshotFlowTest, ACancelBringsTheWindowBackOnlyIfItWasVisible)
+TEST_F(ScreenshotFlowTest, EndingWithoutAnImageLeavesItsTextAndBringsBackAVisibleWindow)
 {
-    for (const bool wasVisible : {true, false}) {
-        host = FakeHost();
-        host.visible = wasVisible;
-        RegionSelectorView *view = start();
-        ASSERT_NE(view, nullptr);
-        QTest::keyClick(view, Qt::Key_Escape);
-        EXPECT_EQ(rig.statuses.last(), ScreenshotFlow::cancelledText);
-        EXPECT_EQ(host.visible, wasVisible);
-        EXPECT_EQ(host.shows, wasVisible ? 1 : 0);
-        EXPECT_EQ(host.centredOn, wasVisible ? rig.screen : nullptr);
-    }
-    EXPECT_TRUE(rig.editors.opened.empty());
-    EXPECT_TRUE(rig.desktopFiles().isEmpty());
-    EXPECT_EQ(rig.ended, (QStringList{QString(), QString()}));
-}
-
-TEST_F(ScreenshotFlowTest, AFailureTextIsLeftStanding)
-{
-    const struct { const char *name; bool noScreens; QString status; QScreen *centredOn; qsizetype grabs; } cases[] = {
-        {"grab fails", false, ScreenshotFlow::grabFailedText, rig.screen, 1},
-        {"no screen", true, ScreenshotFlow::noScreenText, nullptr, 0},
+    const struct { const char *name; bool wasVisible, noScreens, grabFails; QString status; int shows; QScreen *centredOn; qsizetype grabs; } cases[] = {
+        {"escape", true, false, false, F::cancelledText, 1, rig.screen, 1},
+        {"escape with the window hidden", false, false, false, F::cancelledText, 0, nullptr, 1},
+        {"grab fails", true, false, true, F::grabFailedText, 1, rig.screen, 1},
+        {"no screen", true, true, true, F::noScreenText, 1, nullptr, 0},
     };
-    rig.grabber.image = QImage();
+    const QImage image = rig.grabber.image;
     for (const auto &c : cases) {
         SCOPED_TRACE(c.name);
         host = FakeHost();
+        host.visible = c.wasVisible;
         rig.statuses.clear();
         rig.grabber.requests.clear();
         rig.screens.noScreens = c.noScreens;
-        start();
-        EXPECT_EQ(rig.statuses, (QStringList{ScreenshotFlow::selectingText, c.status}));
-        EXPECT_EQ(host.shows, 1);   // the completion ran exactly once
+        rig.grabber.image = c.grabFails ? QImage() : image;
+        if (RegionSelectorView *view = start())
+            QTest::keyClick(view, Qt::Key_Escape);
+        EXPECT_EQ(rig.statuses, (QStringList{F::selectingText, c.status}));
+        EXPECT_EQ(host.visible, c.wasVisible);
+        EXPECT_EQ(host.shows, c.shows);   // the completion ran exactly once
         EXPECT_EQ(host.centredOn, c.centredOn);
         EXPECT_EQ(rig.grabber.requests.size(), c.grabs);
         EXPECT_EQ(rig.selector.current(), nullptr);
     }
     EXPECT_TRUE(rig.editors.opened.empty());
     EXPECT_TRUE(rig.desktopFiles().isEmpty());
+    EXPECT_EQ(rig.ended, QStringList(4, QString()));
 }
 
 TEST_F(ScreenshotFlowTest, ASecondCaptureReplacesTheFirstSelectorSilently)
 {
     const QPointer<RegionSelectorView> first = start();
-    ASSERT_NE(first, nullptr);
     RegionSelectorView *second = start();
     ASSERT_NE(second, nullptr);
     EXPECT_NE(first, second);
     EXPECT_TRUE(!first || !first->isVisible());
     QTest::keyClick(second, Qt::Key_Escape);
-    EXPECT_EQ(rig.statuses, (QStringList{ScreenshotFlow::selectingText, ScreenshotFlow::selectingText,
-                                         ScreenshotFlow::cancelledText}));
+    EXPECT_EQ(rig.statuses, (QStringList{F::selectingText, F::selectingText, F::cancelledText}));
     EXPECT_EQ(host.shows, 0);   // the second capture began with the window already hidden
-}
-
-TEST_F(ScreenshotFlowTest, EditedImagesOverwriteTheCapture)
-{
-    RegionSelectorView *view = start();
-    ASSERT_NE(view, nullptr);
-    dragOn(view, {0, 0}, {40, 40});
-    ASSERT_EQ(rig.editors.opened.size(), 1u);
-    ASSERT_EQ(rig.desktopFiles().size(), 1);
-    const QString path = QDir(rig.desktop()).filePath(rig.desktopFiles().first());
-    const EditorLauncher::Completion answer = rig.editors.opened[0].completion;
-    rig.statuses.clear();
-    QImage edited(40, 40, QImage::Format_RGB32);
-    edited.fill(Qt::red);
-    answer(edited);
-    EXPECT_EQ(QImage(path).convertToFormat(QImage::Format_RGB32), edited);
-    EXPECT_EQ(rig.database.recent().size(), 1);   // no new row
-    EXPECT_EQ(rig.historyChanges, 2);
-    EXPECT_EQ(rig.clipboard.entries.size(), 2u);
-
-    answer(std::nullopt);   // closed without saving: nothing changes
-    EXPECT_EQ(rig.clipboard.entries.size(), 2u);
-    EXPECT_EQ(rig.statuses, QStringList{CaptureService::replacedPrefix + QFileInfo(path).fileName()});
-
-    ASSERT_TRUE(QDir(rig.desktop()).removeRecursively());   // the overwrite cannot land
-    answer(edited);
-    EXPECT_EQ(rig.statuses.last(), ScreenshotFlow::editSaveFailedText);
-    ASSERT_EQ(rig.clipboard.entries.size(), 3u);   // the edit is still on the clipboard
-    EXPECT_TRUE(rig.clipboard.entries.back()->hasFormat("image/png"));
-    EXPECT_EQ(rig.historyChanges, 2);
 }
 
 } // namespace

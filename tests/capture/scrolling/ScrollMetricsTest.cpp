@@ -9,52 +9,41 @@ namespace {
 
 cv::Mat solid(int width, int height, uchar grey) { return cv::Mat(height, width, CV_8UC4, cv::Scalar::all(grey)); }
 
-// b is a with one column (or row) changed by +30 in colour, alpha left alone.
-double meanDifferenceWith(int width, int height, cv::Rect changed)
+TEST(ScrollMetrics, MeanDifferenceSamplesItsGrid)
 {
-    const cv::Mat a = solid(width, height, 100);
-    cv::Mat b = a.clone();
-    b(changed).setTo(cv::Scalar(130, 130, 130, 100));
-    return meanDifference(frameOf(a), frameOf(b));
-}
-
-TEST(ScrollMetrics, MeanDifferenceSamplesTheGridItIsMeantTo)
-{
-    // One column differs by 30; the mean is 30 / (columns sampled) when that column is on
-    // the grid and 0 when it is not.
-    const struct { const char *name; int width, height, column; double expected; } cases[] = {
-        {"384 wide steps 12: x = 24 sampled", 384, 100, 24, 30.0 / 31},
-        {"383 wide steps 12 too", 383, 100, 24, 30.0 / 31},
-        {"768 wide steps 24: x = 24 skipped", 768, 100, 24, 0.0},
-        {"768 wide steps 24: x = 36 sampled", 768, 100, 36, 30.0 / 32},
-        {"outer 12 columns never sampled", 384, 100, 11, 0.0},
-        {"12 x 12 has no samples", 12, 12, 5, 0.0},
-        {"13 wide samples x = 12 only", 13, 13, 12, 30.0},
+    // One column (or row) is 30 brighter in colour, alpha alone: the mean is 30 / samples
+    // when it is on the grid, 0 when not. The step is 12 up to 383 pixels, then 24.
+    const struct { const char *name; int width, height; cv::Rect changed; double expected; } cases[] = {
+        {"384 wide: x = 24 sampled", 384, 100, {24, 0, 1, 100}, 30.0 / 31},
+        {"383 wide: same step", 383, 100, {24, 0, 1, 100}, 30.0 / 31},
+        {"768 wide: x = 24 skipped", 768, 100, {24, 0, 1, 100}, 0.0},
+        {"768 wide: x = 36 sampled", 768, 100, {36, 0, 1, 100}, 30.0 / 32},
+        {"outer 12 columns never sampled", 384, 100, {11, 0, 1, 100}, 0.0},
+        {"12 x 12 has no samples", 12, 12, {5, 0, 1, 12}, 0.0},
+        {"13 wide samples x = 12 only", 13, 13, {12, 0, 1, 13}, 30.0},
+        {"480 rows: y = 24 sampled", 100, 480, {0, 24, 100, 1}, 30.0 / 39},
+        {"960 rows: y = 24 skipped", 100, 960, {0, 24, 100, 1}, 0.0},
+        {"960 rows: y = 36 sampled", 100, 960, {0, 36, 100, 1}, 30.0 / 40},
+        {"identical", 100, 100, {0, 0, 0, 0}, 0.0},
     };
-    for (const auto &c : cases)
-        EXPECT_NEAR(meanDifferenceWith(c.width, c.height, cv::Rect(c.column, 0, 1, c.height)), c.expected, 1e-12) << c.name;
-    // At 480 rows the y step is 12; a row at y = 24 is on it. At 960 rows the step is 24.
-    for (auto [height, row, sampled] : {std::tuple{480, 24, true}, {960, 24, false}, {960, 36, true}})
-        EXPECT_EQ(meanDifferenceWith(100, height, cv::Rect(0, row, 100, 1)) > 0.0, sampled) << height << " rows, row " << row;
-    const ScrollFrame a = frameOf(solid(100, 100, 100));
-    EXPECT_EQ(meanDifference(a, a), 0.0);
+    for (const auto &c : cases) {
+        const cv::Mat a = solid(c.width, c.height, 100);
+        cv::Mat b = a.clone();
+        b(c.changed).setTo(cv::Scalar(130, 130, 130, 100));
+        EXPECT_NEAR(meanDifference(frameOf(a), frameOf(b)), c.expected, 1e-12) << c.name;
+    }
 }
 
 TEST(ScrollMetrics, MotionPointsUseTheSevenThresholdOnAGridWithMargins)
 {
-    const struct { const char *name; cv::Scalar colour; bool point; } cases[] = {
-        {"sum 21 is exactly 7.0", {21, 0, 0, 7}, true},
-        {"sum 20 is 6.67", {10, 10, 0, 7}, false},
-        {"spread over channels", {7, 7, 7, 7}, true},
-        {"alpha ignored", {0, 0, 0, 7}, false},
+    const struct { const char *name; cv::Scalar colour; qsizetype points; } cases[] = {
+        {"sum 21 is exactly 7.0", {21, 0, 0, 7}, 64 * 64}, {"sum 20 is 6.67", {10, 10, 0, 7}, 0},
+        {"spread over channels", {7, 7, 7, 7}, 64 * 64},   {"alpha ignored", {0, 0, 0, 7}, 0},
     };
-    for (const auto &c : cases) {
-        const cv::Mat b(100, 100, CV_8UC4, c.colour);
-        // 64 rows × 64 columns in a band of 100 rows of a 100-pixel-wide frame.
-        EXPECT_EQ(buildMotionPoints(frameOf(solid(100, 100, 0)), frameOf(b), 0, 100).size(), c.point ? 64 * 64 : 0) << c.name;
-    }
-    // Usable width 5, so 5 columns at (j * 5) / 6 + 2 = 2, 3, 4, 5, 6; span 3 gives rows
-    // 10 + (i * 3) / 4 = 10, 11, 12.
+    for (const auto &c : cases)
+        EXPECT_EQ(buildMotionPoints(frameOf(solid(100, 100, 0)), frameOf(cv::Mat(100, 100, CV_8UC4, c.colour)), 0, 100).size(),
+                  c.points) << c.name;
+    // Usable width 5: columns (j * 5) / 6 + 2; rows 10 + (i * 3) / 4 for a span of 3.
     QList<MotionPoint> expected;
     for (int y : {10, 11, 12})
         for (int x : {2, 3, 4, 5, 6})
@@ -65,7 +54,7 @@ TEST(ScrollMetrics, MotionPointsUseTheSevenThresholdOnAGridWithMargins)
 
 TEST(ScrollMetrics, OverlapScoreNeedsTwentyFourPointsAndTrimsTheWorst)
 {
-    // a is black; b's pixel at point k has distance k, so the sorted list is 0, 1, 2, ...
+    // Point k is k away, so the sorted distances are 0, 1, 2, ...
     const cv::Mat a = solid(40, 60, 0);
     cv::Mat b = a.clone();
     QList<MotionPoint> points;
@@ -73,27 +62,23 @@ TEST(ScrollMetrics, OverlapScoreNeedsTwentyFourPointsAndTrimsTheWorst)
         points.append({k, 5});
         b.at<cv::Vec4b>(5, k) = cv::Vec4b(uchar(k), uchar(k), uchar(k), 0);
     }
-    const struct { const char *name; int points, shift; double expected; } cases[] = {
-        {"23 points: no evidence", 23, 3, noEvidence},
-        {"24 points: best 22 averaged", 24, 3, 10.5},   // mean of 0 ... 21
-        {"30 points: best 28", 30, 3, 13.5},            // (30 * 95) / 100 = 28
-        {"row + shift past the bottom is skipped", 30, 55, noEvidence},
-        {"row + shift on the last row counts", 24, 54, 10.5},
+    const struct { int points, shift; double expected; } cases[] = {
+        {23, 3, noEvidence}, {24, 3, 10.5} /* best 22 */, {30, 3, 13.5} /* best 28 */,
+        {30, 55, noEvidence} /* past the bottom */, {24, 54, 10.5} /* the last row counts */,
     };
     for (const auto &c : cases)
-        EXPECT_EQ(overlapScore(frameOf(a), frameOf(b), c.shift, points.first(c.points)), c.expected) << c.name;
+        EXPECT_EQ(overlapScore(frameOf(a), frameOf(b), c.shift, points.first(c.points)), c.expected) << c.points << "/" << c.shift;
 }
 
 TEST(ScrollMetrics, WebOverlapScoreSamplesEvenlySpreadRows)
 {
-    // overlap 5 samples rows at (i * 5) / 6 = 0, 1, 2, 3, 4 of b; poison one row at a time.
+    // Overlap 5 samples rows (i * 5) / 6 = 0 ... 4 of b, and 24 of 30 columns, never column 0.
     const cv::Mat a = solid(30, 10, 100);
     for (int row = 0; row < 5; ++row) {
         cv::Mat b = a.clone();
         b.row(row).setTo(cv::Scalar(160, 160, 160, 100));
         EXPECT_DOUBLE_EQ(webOverlapScore(frameOf(a), frameOf(b), 5), 60.0 / 5) << "row " << row;
     }
-    // 30 columns: 24 sampled at (j * 30) / 25; column 0 never is.
     cv::Mat b = a.clone();
     b.col(0).setTo(cv::Scalar(0, 0, 0, 100));
     EXPECT_EQ(webOverlapScore(frameOf(a), frameOf(b), 5), 0.0);

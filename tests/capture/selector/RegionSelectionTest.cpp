@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <vector>
-
 namespace {
 
 enum class Op { press, drag, release, cancel };
@@ -22,7 +20,7 @@ TEST(RegionSelection, EndsInExactlyOneAnswer)
         std::vector<Step> steps;
         int completions;
         std::optional<QRectF> result;   // the answer when there is one
-        bool dragging = false;          // state after the last step
+        bool dragging = false;          // after the last step
     } cases[] = {
         {"a drag completes in global coordinates", screen, {P(10, 20), D(50, 60), R(110, 70)}, 1, QRectF(10, 20, 100, 50)},
         {"a drag up and left is normalised", screen, {P(300, 300), R(200, 250)}, 1, QRectF(200, 250, 100, 50)},
@@ -52,25 +50,17 @@ TEST(RegionSelection, EndsInExactlyOneAnswer)
             case Op::cancel: selection.cancel(); break;
             }
         }
-        ASSERT_EQ(int(answers.size()), c.completions);
+        EXPECT_EQ(answers, (std::vector<std::optional<QRectF>>(c.completions, c.result)));
         EXPECT_EQ(selection.isFinished(), c.completions > 0);
         EXPECT_EQ(selection.isDragging(), c.dragging);
-        if (c.completions) {
-            EXPECT_EQ(answers.front(), c.result);
-        }
     }
 }
 
 TEST(RegionSelection, OwnerMayDestroyItFromTheCompletion)
 {
     auto selection = std::make_unique<RegionSelection>(QRectF(0, 0, 100, 100));
-    int calls = 0;
-    selection->onComplete = [&](std::optional<QRectF>) {
-        ++calls;
-        selection.reset();
-    };
+    selection->onComplete = [&](std::optional<QRectF>) { selection.reset(); };
     selection->cancel();
-    EXPECT_EQ(calls, 1);
     EXPECT_EQ(selection, nullptr);
 }
 
