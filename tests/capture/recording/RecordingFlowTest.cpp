@@ -109,6 +109,17 @@ TEST_F(RecordingFlowTest, FailuresReportOnceRemoveTheFileAndBringTheWindowBack)
     }
 }
 
+// Another capture taking the selector over must not leave this attempt's waiters hanging.
+TEST_F(RecordingFlowTest, ASelectorReplacedByAnotherEndsItsAttemptOnce)
+{
+    ASSERT_NE(toggle(), nullptr);
+    flow.toggleVideo();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return rig.ended.size() == 1; }, 2000));
+    QTest::keyClick(rig.view(), Qt::Key_Escape);
+    flushDeletions();
+    EXPECT_EQ(rig.ended, (QStringList{QString(), QString()}));
+}
+
 TEST_F(RecordingFlowTest, TheHudButtonStopsOnceAndSoDoesTheToggle)
 {
     selectRegion();
