@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
-
 namespace {
 
 using Handle = ImageResizeHandle;
@@ -14,17 +12,15 @@ namespace Text = TextOverlayGeometry;
 const QRectF canvas(0, 0, 800, 600);
 const QRectF start(100, 200, 200, 100); // left 100, top 200, right 300, bottom 300
 
-struct DragCase {
-    std::string name;
-    Handle handle;
-    QPointF delta;
-    bool shift;
-    QRectF expected;
-};
-
 TEST(ImageOverlayGeometry, EachHandleMovesItsOwnEdges)
 {
-    const DragCase cases[] = {
+    const struct {
+        const char *name;
+        Handle handle;
+        QPointF delta;
+        bool shift;
+        QRectF expected;
+    } cases[] = {
         {"none stays", Handle::none, {30, 40}, false, start},
         {"move", Handle::move, {30, 40}, false, {130, 240, 200, 100}},
         {"topLeft", Handle::topLeft, {30, 40}, false, {130, 240, 170, 60}},
@@ -53,7 +49,7 @@ TEST(ImageOverlayGeometry, EachHandleMovesItsOwnEdges)
         // Wider than the canvas: as wide as the canvas, moved back inside.
         {"right past the canvas", Handle::right, {900, 0}, false, {0, 200, 800, 100}},
     };
-    for (const DragCase &c : cases)
+    for (const auto &c : cases)
         EXPECT_EQ(Image::dragged(c.handle, start, c.delta, c.shift, canvas), c.expected) << c.name;
 }
 
@@ -63,13 +59,11 @@ TEST(ImageOverlayGeometry, ShiftKeepsTheRatioWhereverItIsDragged)
                               Handle::bottomRight, Handle::bottom, Handle::bottomLeft, Handle::left};
     const QPointF deltas[] = {{37, 11}, {-23, 41}, {5, -60}, {-48, -7}};
     const QRectF middle(250, 200, 160, 120);
-    for (const Handle handle : handles) {
+    for (const Handle handle : handles)
         for (const QPointF &delta : deltas) {
             const QRectF r = Image::dragged(handle, middle, delta, true, canvas);
-            EXPECT_NEAR(r.width() / r.height(), 4.0 / 3.0, 1e-9)
-                << "handle " << int(handle) << " delta " << delta.x() << "," << delta.y();
+            EXPECT_NEAR(r.width() / r.height(), 4.0 / 3.0, 1e-9) << int(handle) << " " << delta.x() << "," << delta.y();
         }
-    }
 }
 
 TEST(ImageOverlayGeometry, HitTestFindsHandlesWithSlackThenTheBody)
@@ -83,7 +77,7 @@ TEST(ImageOverlayGeometry, HitTestFindsHandlesWithSlackThenTheBody)
         {{100, 3}, Handle::top},        {{200, 0}, Handle::topRight}, {{205, 50}, Handle::right},
         {{200, 100}, Handle::bottomRight}, {{100, 108}, Handle::bottom}, {{0, 100}, Handle::bottomLeft},
         {{-4, 50}, Handle::left},       {{60, 30}, Handle::move},     {{199, 9}, Handle::topRight},
-        {{199, 30}, Handle::move},      {{250, 50}, Handle::none},
+        {{199, 30}, Handle::move},      {{250, 50}, Handle::none},   {{200, 30}, Handle::move},
     };
     for (const auto &c : cases)
         EXPECT_EQ(Image::hitTest(c.point, size), c.expected) << c.point.x() << "," << c.point.y();
@@ -92,7 +86,7 @@ TEST(ImageOverlayGeometry, HitTestFindsHandlesWithSlackThenTheBody)
 TEST(ImageOverlayGeometry, ArrowKeysMoveOrResizeInsideTheCanvas)
 {
     const struct {
-        std::string name;
+        const char *name;
         QRectF frame;
         QPointF delta;
         bool resize;
@@ -118,10 +112,11 @@ TEST(ImageOverlayGeometry, ClampingShrinksOnlyWhatDoesNotFit)
     EXPECT_EQ(Image::clamped({10, 10, 20, 20}, canvas), QRectF(10, 10, 20, 20));
 }
 
+const QRectF box(100, 100, 430, 185);
+const QSizeF parent(800, 600);
+
 TEST(TextOverlayGeometry, TheGripMovesTheBoxInsideTheCanvas)
 {
-    const QRectF box(100, 100, 430, 185);
-    const QSizeF parent(800, 600);
     EXPECT_EQ(Text::moved(box, {50, -30}, parent), QRectF(150, 70, 430, 185));
     EXPECT_EQ(Text::moved(box, {-500, -500}, parent), QRectF(0, 0, 430, 185));
     EXPECT_EQ(Text::moved(box, {900, 900}, parent), QRectF(370, 415, 430, 185));
@@ -131,10 +126,8 @@ TEST(TextOverlayGeometry, TheGripMovesTheBoxInsideTheCanvas)
 
 TEST(TextOverlayGeometry, TheCornerResizesWithMinimumsAndTheCanvasEdges)
 {
-    const QRectF box(100, 100, 430, 185);
-    const QSizeF parent(800, 600);
     const struct {
-        std::string name;
+        const char *name;
         QRectF frame;
         QPointF delta;
         QSizeF parent;
@@ -153,11 +146,10 @@ TEST(TextOverlayGeometry, TheCornerResizesWithMinimumsAndTheCanvasEdges)
 
 TEST(TextOverlayGeometry, TheTextLandsAtTheTextAreaDividedByTheZoom)
 {
-    const QRectF box(200, 300, 430, 185);
     // Below the 34-point header and inside the 8-point margins.
     EXPECT_EQ(Text::textAreaRect(box.size()), QRectF(8, 42, 414, 135));
-    EXPECT_EQ(Text::textImageRect(box, 1.0), QRectF(208, 342, 414, 135));
-    EXPECT_EQ(Text::textImageRect(box, 2.0), QRectF(104, 171, 207, 67.5));
+    EXPECT_EQ(Text::textImageRect(box.translated(100, 200), 1.0), QRectF(208, 342, 414, 135));
+    EXPECT_EQ(Text::textImageRect(box.translated(100, 200), 2.0), QRectF(104, 171, 207, 67.5));
     // The header's buttons keep their distance from the right edge.
     EXPECT_EQ(Text::closeButtonRect({300, 150}), QRectF(228, 4, 30, 26));
     EXPECT_EQ(Text::resizeHandleRect({300, 150}), QRectF(284, 134, 16, 16));
