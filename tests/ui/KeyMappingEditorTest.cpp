@@ -26,19 +26,13 @@ TEST(KeyMappingEditor, TitlesShowArrowOrPlaceholder)
 TEST(KeyMappingEditor, AddAndRemoveRules)
 {
     const Mappings start = {{"Caps Lock", "Escape"}, {"A", "B"}};
-    const struct {
-        const char *name;
-        QString source, destination;
-        std::optional<Mappings> expected;
-    } cases[] = {
-        {"appends a new source last", "Tab", "Space", Mappings{{"Caps Lock", "Escape"}, {"A", "B"}, {"Tab", "Space"}}},
+    for (const auto &[name, source, destination, expected] : {
+        std::tuple<const char *, QString, QString, std::optional<Mappings>>{"appends a new source last", "Tab", "Space", Mappings{{"Caps Lock", "Escape"}, {"A", "B"}, {"Tab", "Space"}}},
         {"replaces the same source and moves it last", "Caps Lock", "Delete", Mappings{{"A", "B"}, {"Caps Lock", "Delete"}}},
         {"refuses the same key", "Caps Lock", "Caps Lock", std::nullopt},
         {"refuses an unknown source", "F13", "A", std::nullopt},
-        {"refuses an unknown destination", "A", "Hyper", std::nullopt},
-    };
-    for (const auto &c : cases)
-        EXPECT_EQ(KeyMappingEditor::added(start, c.source, c.destination), c.expected) << c.name;
+        {"refuses an unknown destination", "A", "Hyper", std::nullopt}})
+        EXPECT_EQ(KeyMappingEditor::added(start, source, destination), expected) << name;
     EXPECT_EQ(KeyMappingEditor::removed(start, 0), (Mappings{{"A", "B"}}));
     EXPECT_EQ(KeyMappingEditor::removed(start, 1), (Mappings{{"Caps Lock", "Escape"}}));
     for (qsizetype index : {-1, 2, 7})

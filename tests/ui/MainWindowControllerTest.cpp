@@ -68,18 +68,13 @@ TEST(MainWindowController, HistoryChangesReloadTheNewestRowsFirst)
 
 TEST(HistoryTableView, CopyShortcutGoesToTheHandler)
 {
-    const struct {
-        Qt::KeyboardModifiers modifiers;
-        Qt::Key key;
-        int copies;
-    } cases[] = {{Qt::ControlModifier, Qt::Key_C, 1}, {Qt::MetaModifier, Qt::Key_C, 1}, {Qt::ControlModifier | Qt::ShiftModifier, Qt::Key_C, 1},
-                 {Qt::NoModifier, Qt::Key_C, 0}, {Qt::ControlModifier, Qt::Key_V, 0}};
-    for (const auto &c : cases) {
+    for (const auto &[modifiers, key, expected] : {std::tuple{Qt::KeyboardModifiers(Qt::ControlModifier), Qt::Key_C, 1}, {Qt::MetaModifier, Qt::Key_C, 1},
+                                                   {Qt::ControlModifier | Qt::ShiftModifier, Qt::Key_C, 1}, {Qt::NoModifier, Qt::Key_C, 0}, {Qt::ControlModifier, Qt::Key_V, 0}}) {
         HistoryTableView view;
         int copies = 0;
         view.copyHandler = [&copies] { ++copies; };
-        QTest::keyClick(&view, c.key, c.modifiers);
-        EXPECT_EQ(copies, c.copies) << int(c.modifiers) << " " << c.key;
+        QTest::keyClick(&view, key, modifiers);
+        EXPECT_EQ(copies, expected) << int(modifiers) << " " << key;
     }
 }
 
@@ -106,30 +101,23 @@ TEST(MainWindowController, CopyAndOpenActOnTheSelectedRow)
     f.controller.openSelected();
     EXPECT_TRUE(f.clipboard.entries.empty());
     EXPECT_EQ(f.controller.status(), QStringLiteral("Sẵn sàng"));
-    const struct {
-        int row;
-        QString status;
-        const char *format; // what the clipboard entry carries
-        bool edits;         // opens in the editor rather than the default application
-    } cases[] = {
-        {2, "Đã sao chép ảnh: Screenshot_1.png", "image/png", true},
-        {1, "Đã sao chép video: Screenshot_gone.png", "text/uri-list", false},
-        {0, "Đã sao chép video: Recording_1.mp4", "x-special/gnome-copied-files", false},
-    };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.row);
-        const QString path = f.controller.items().at(c.row).path;
-        f.window()->table()->selectRow(c.row);
+    // The clipboard entry's format; a picture opens in the editor, the rest in the default application.
+    for (const auto &[row, status, format, inEditor] : {std::tuple{2, "Đã sao chép ảnh: Screenshot_1.png", "image/png", true},
+                                                        {1, "Đã sao chép video: Screenshot_gone.png", "text/uri-list", false},
+                                                        {0, "Đã sao chép video: Recording_1.mp4", "x-special/gnome-copied-files", false}}) {
+        SCOPED_TRACE(row);
+        const QString path = f.controller.items().at(row).path;
+        f.window()->table()->selectRow(row);
         QTest::keyClick(f.window()->table(), Qt::Key_C, Qt::ControlModifier);
-        EXPECT_EQ(f.controller.status(), c.status);
+        EXPECT_EQ(f.controller.status(), QString::fromUtf8(status));
         ASSERT_FALSE(f.clipboard.entries.empty());
-        EXPECT_TRUE(f.clipboard.entries.back()->hasFormat(c.format));
-        EXPECT_TRUE(c.edits || f.clipboard.entries.back()->urls() == QList{QUrl::fromLocalFile(path)});
+        EXPECT_TRUE(f.clipboard.entries.back()->hasFormat(format));
+        EXPECT_TRUE(inEditor || f.clipboard.entries.back()->urls() == QList{QUrl::fromLocalFile(path)});
         edits.clear();
         opened.urls.clear();
         f.controller.openSelected();
-        EXPECT_EQ(edits, c.edits ? QList{path} : QList<QString>{});
-        EXPECT_EQ(opened.urls, c.edits ? QList<QUrl>{} : QList{QUrl::fromLocalFile(path)});
+        EXPECT_EQ(edits, inEditor ? QList{path} : QList<QString>{});
+        EXPECT_EQ(opened.urls, inEditor ? QList<QUrl>{} : QList{QUrl::fromLocalFile(path)});
     }
     QDesktopServices::unsetUrlHandler(QStringLiteral("file"));
 }

@@ -23,15 +23,9 @@ QColor at(const EditorCanvasModel &canvas, int x, int y) { return canvas.image()
 
 TEST(CanvasTools, ClicksAndThinDragsLeaveNoTrace)
 {
-    const struct {
-        const char *name;
-        EditTool tool;
-        qreal zoom;
-        QLineF drag;
-        int steps;
-        bool step, draws;
-    } cases[] = {
-        {"rectangle click", EditTool::rectangle, 1, {50, 50, 50, 50}, 4, false, false},
+    const QImage white = solid(200, 160, Qt::white);
+    for (const auto &[name, tool, zoom, line, steps, step, draws] : {
+        std::tuple{"rectangle click", EditTool::rectangle, 1., QLineF(50, 50, 50, 50), 4, false, false},
         {"rectangle 2 high", EditTool::rectangle, 1, {20, 50, 180, 52}, 4, false, false},
         {"rectangle 2 wide", EditTool::rectangle, 1, {50, 20, 52, 150}, 4, false, false},
         {"rectangle 3 by 3", EditTool::rectangle, 1, {50, 50, 53, 53}, 4, true, true},
@@ -45,17 +39,14 @@ TEST(CanvasTools, ClicksAndThinDragsLeaveNoTrace)
         {"line 3 across 3 up at zoom 0.5", EditTool::line, 0.5, {20, 23, 23, 20}, 4, true, true},
         // A free-hand press records its step even without movement.
         {"pen press", EditTool::pen, 1, {10, 10, 10, 10}, 0, true, false},
-        {"marker press", EditTool::marker, 1, {10, 10, 10, 10}, 0, true, false},
-    };
-    const QImage white = solid(200, 160, Qt::white);
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.name);
+        {"marker press", EditTool::marker, 1, {10, 10, 10, 10}, 0, true, false}}) {
+        SCOPED_TRACE(name);
         EditorCanvasModel canvas(white);
-        canvas.setZoom(c.zoom);
-        use(canvas, c.tool, Qt::black, 2);
-        drag(canvas, c.drag, c.steps);
-        EXPECT_EQ(canvas.undoCount(), c.step ? 1 : 0);
-        EXPECT_EQ(differingPixels(canvas.image(), white) > 0 || canvas.imageSize() != QSizeF(200, 160), c.draws);
+        canvas.setZoom(zoom);
+        use(canvas, tool, Qt::black, 2);
+        drag(canvas, line, steps);
+        EXPECT_EQ(canvas.undoCount(), step ? 1 : 0);
+        EXPECT_EQ(differingPixels(canvas.image(), white) > 0 || canvas.imageSize() != QSizeF(200, 160), draws);
     }
 }
 
@@ -63,29 +54,23 @@ TEST(CanvasTools, StrokeColourAndWidthFollowTheToolNotAlwaysTheOpacity)
 {
     // Red at alpha a over white leaves green at 255 × (1 − a); the marker is four times as
     // wide as the pen and always translucent.
-    const struct {
-        EditTool tool;
-        qreal opacity;
-        int green, markedRows; // across a horizontal stroke of width 4; 0 to skip
-    } cases[] = {
-        {EditTool::pen, 0.3, 0, 4},         {EditTool::pen, 1.0, 0, 4},
-        {EditTool::marker, 1.0, 179, 16},   {EditTool::marker, 0.3, 179, 16},
-        {EditTool::rectangle, 0.5, 128, 0}, {EditTool::rectangle, 1.0, 0, 0},
-    };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(testing::Message() << int(c.tool) << " at opacity " << c.opacity);
+    // Rows marked across a horizontal stroke of width 4; 0 to skip.
+    for (const auto &[tool, opacity, green, markedRows] :
+         {std::tuple{EditTool::pen, 0.3, 0, 4}, {EditTool::pen, 1.0, 0, 4}, {EditTool::marker, 1.0, 179, 16},
+          {EditTool::marker, 0.3, 179, 16}, {EditTool::rectangle, 0.5, 128, 0}, {EditTool::rectangle, 1.0, 0, 0}}) {
+        SCOPED_TRACE(testing::Message() << int(tool) << " at opacity " << opacity);
         EditorCanvasModel canvas(solid(200, 100, Qt::white));
-        use(canvas, c.tool, QColor(255, 0, 0), 4);
-        canvas.setOpacity(c.opacity);
+        use(canvas, tool, QColor(255, 0, 0), 4);
+        canvas.setOpacity(opacity);
         // A rectangle's top edge and a free-hand stroke both cross (100, 30).
-        drag(canvas, {20, 30, 180, c.tool == EditTool::rectangle ? 80. : 30.}, 1);
+        drag(canvas, {20, 30, 180, tool == EditTool::rectangle ? 80. : 30.}, 1);
         const QColor p = at(canvas, 100, 30);
         EXPECT_EQ(std::pair(p.red(), p.alpha()), std::pair(255, 255));
-        EXPECT_NEAR(p.green(), c.green, 2);
+        EXPECT_NEAR(p.green(), green, 2);
         int marked = 0;
         for (int y = 0; y < 100; ++y)
             marked += at(canvas, 100, y) != QColor(Qt::white);
-        EXPECT_NEAR(c.markedRows > 0 ? marked : 0, c.markedRows, 2);
+        EXPECT_NEAR(markedRows > 0 ? marked : 0, markedRows, 2);
     }
 }
 
@@ -145,27 +130,23 @@ TEST(CanvasTools, CropIsClampedToTheViewAndUndoRestoresSizeAndFrame)
 
 TEST(CanvasTools, PixelateAndBlurChangeOnlyTheDraggedRectangle)
 {
-    const struct {
-        EditTool tool;
-        qreal lineWidth;
-        int cell; // side of uniform cells; 0 for blur
-    } cases[] = {{EditTool::pixelate, 2, 8}, {EditTool::pixelate, 4, 12}, {EditTool::blur, 2, 0}, {EditTool::blur, 10, 0}};
     const QImage original = noise(200, 160, 8);
     const QRect region(40, 24, 96, 96);
-    for (const auto &c : cases) {
-        SCOPED_TRACE(int(c.tool));
+    // The side of uniform cells; 0 for blur.
+    for (const auto &[tool, lineWidth, cell] : {std::tuple{EditTool::pixelate, 2, 8}, {EditTool::pixelate, 4, 12}, {EditTool::blur, 2, 0}, {EditTool::blur, 10, 0}}) {
+        SCOPED_TRACE(int(tool));
         EditorCanvasModel canvas(original);
-        use(canvas, c.tool, Qt::black, c.lineWidth);
+        use(canvas, tool, Qt::black, lineWidth);
         drag(canvas, {40, 24, 136, 120});
         const QImage out = canvas.image();
         EXPECT_EQ(differingPixels(out, original) - differingPixels(out, original, region), 0);
         EXPECT_GT(differingPixels(out, original, region), region.width() * region.height() * 9 / 10);
-        if (c.cell > 0) {
+        if (cell > 0) {
             // Cells anchored at the origin: one inside the region is a single colour.
-            const int x0 = (region.left() / c.cell + 1) * c.cell, y0 = (region.top() / c.cell + 1) * c.cell;
-            const QImage cell = out.copy(x0, y0, c.cell, c.cell);
-            EXPECT_EQ(differingPixels(cell, solid(c.cell, c.cell, cell.pixelColor(0, 0))), 0);
-            EXPECT_NE(cell.pixel(0, 0), out.pixel(x0 + c.cell, y0));
+            const int x0 = (region.left() / cell + 1) * cell, y0 = (region.top() / cell + 1) * cell;
+            const QImage one = out.copy(x0, y0, cell, cell);
+            EXPECT_EQ(differingPixels(one, solid(cell, cell, one.pixelColor(0, 0))), 0);
+            EXPECT_NE(one.pixel(0, 0), out.pixel(x0 + cell, y0));
         }
         canvas.undo();
         EXPECT_TRUE(samePixels(canvas.image(), original));
@@ -200,27 +181,20 @@ TEST(CanvasTools, TextAndInsertionReachTheOverlayHooks)
 
 TEST(CanvasTools, MarksOnADenseImageAreSizedInImagePoints)
 {
-    const struct {
-        EditTool tool;
-        QLineF drag; // view points at zoom 1 = image points
-        int row, first, last; // pixels
-    } cases[] = {
-        // Sides at x = 20 and 60, 4 wide: points 18 to 62, pixels 36 to 123.
-        {EditTool::rectangle, {20, 20, 60, 50}, 70, 36, 123},
-        // A 28-point disc under a 2-point white outline shows 26 points red across.
-        {EditTool::callout, {50, 40, 50, 40}, 80, 74, 125},
-    };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(int(c.tool));
+    // Rectangle sides at x = 20 and 60, 4 wide: points 18 to 62, pixels 36 to 123. A 28-point
+    // disc under a 2-point white outline shows 26 points red across. Drags are in image points.
+    for (const auto &[tool, line, row, first, last] :
+         {std::tuple{EditTool::rectangle, QLineF(20, 20, 60, 50), 70, 36, 123}, {EditTool::callout, {50, 40, 50, 40}, 80, 74, 125}}) {
+        SCOPED_TRACE(int(tool));
         EditorCanvasModel canvas(solid(200, 160, Qt::white, 2));
         EXPECT_EQ(canvas.imageSize(), QSizeF(100, 80));
         EXPECT_EQ(canvas.frameSize(), QSizeF(100, 80));
-        use(canvas, c.tool, Qt::red, 4);
-        drag(canvas, c.drag);
+        use(canvas, tool, Qt::red, 4);
+        drag(canvas, line);
         EXPECT_EQ(canvas.image().devicePixelRatio(), 2.0);
-        const QRect red = inkBounds(canvas.image().copy(0, c.row, 200, 1), [](QRgb p) { return qRed(p) > 200 && qGreen(p) < 100; });
-        EXPECT_NEAR(red.left(), c.first, 1);
-        EXPECT_NEAR(red.right(), c.last, 1);
+        const QRect red = inkBounds(canvas.image().copy(0, row, 200, 1), [](QRgb p) { return qRed(p) > 200 && qGreen(p) < 100; });
+        EXPECT_NEAR(red.left(), first, 1);
+        EXPECT_NEAR(red.right(), last, 1);
     }
 }
 
@@ -232,25 +206,19 @@ TEST(CanvasTools, CropResizeUndoAndPngKeepADenseImagesPixels)
     original.setDevicePixelRatio(2);
     EditorCanvasModel canvas(original);
     canvas.setTool(EditTool::crop);
-    const struct {
-        const char *name;
-        std::function<void()> step;
-        const QImage *expected; // nothing to compare when null
-        QSizeF points;
-    } steps[] = {
-        {"crop", [&] { drag(canvas, {10, 20, 60, 50}); }, &cut, {50, 30}},
+    // The expected pixels, none to compare when null.
+    for (const auto &[name, step, expected, points] : {
+        std::tuple<const char *, std::function<void()>, const QImage *, QSizeF>{"crop", [&] { drag(canvas, {10, 20, 60, 50}); }, &cut, {50, 30}},
         {"resize to half", [&] { canvas.resizeImage(0.5); }, nullptr, {25, 15}},
         {"undo the resize", [&] { canvas.undo(); }, &cut, {50, 30}},
         {"undo the crop", [&] { canvas.undo(); }, &original, {100, 80}},
-        {"redo the crop", [&] { canvas.redo(); }, &cut, {50, 30}},
-    };
-    for (const auto &s : steps) {
-        SCOPED_TRACE(s.name);
-        s.step();
-        EXPECT_EQ(canvas.imageSize(), s.points);
-        EXPECT_EQ(canvas.image().size(), (s.points * 2).toSize());
+        {"redo the crop", [&] { canvas.redo(); }, &cut, {50, 30}}}) {
+        SCOPED_TRACE(name);
+        step();
+        EXPECT_EQ(canvas.imageSize(), points);
+        EXPECT_EQ(canvas.image().size(), (points * 2).toSize());
         EXPECT_EQ(canvas.image().devicePixelRatio(), 2.0);
-        EXPECT_TRUE(!s.expected || samePixels(canvas.image(), *s.expected));
+        EXPECT_TRUE(!expected || samePixels(canvas.image(), *expected));
     }
     // The PNG keeps every pixel, not the point size.
     const auto png = canvas.pngData();

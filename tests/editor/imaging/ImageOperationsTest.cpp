@@ -92,22 +92,18 @@ TEST(ImageFilters, RepeatedAndOpposedFiltersAreSeparateSteps)
 
 TEST(ImageOperations, ResizeHalvesAndDoublesWithAMinimumOfOnePixel)
 {
-    const struct {
-        QSize size;
-        qreal scale;
-        QSize result;
-    } cases[] = {{{200, 100}, 0.5, {100, 50}}, {{200, 100}, 2.0, {400, 200}}, {{3, 3}, 0.5, {2, 2}}, {{1, 7}, 0.5, {1, 4}}, {{20, 10}, 0.0, {20, 10}}};
-    for (const auto &c : cases) {
-        SCOPED_TRACE(testing::Message() << c.size.width() << "x" << c.size.height() << " x" << c.scale);
-        EditorCanvasModel canvas(solid(c.size.width(), c.size.height(), QColor(30, 60, 90)));
+    for (const auto &[size, scale, result] : {std::tuple{QSize(200, 100), 0.5, QSize(100, 50)}, {{200, 100}, 2.0, {400, 200}},
+                                              {{3, 3}, 0.5, {2, 2}}, {{1, 7}, 0.5, {1, 4}}, {{20, 10}, 0.0, {20, 10}}}) {
+        SCOPED_TRACE(testing::Message() << size.width() << "x" << size.height() << " x" << scale);
+        EditorCanvasModel canvas(solid(size.width(), size.height(), QColor(30, 60, 90)));
         canvas.setZoom(0.5);
-        canvas.resizeImage(c.scale);
-        EXPECT_EQ(canvas.image().size(), c.result);
-        EXPECT_EQ(canvas.undoCount(), c.scale > 0 ? 1 : 0);
+        canvas.resizeImage(scale);
+        EXPECT_EQ(canvas.image().size(), result);
+        EXPECT_EQ(canvas.undoCount(), scale > 0 ? 1 : 0);
         EXPECT_EQ(canvas.image().pixelColor(0, 0), QColor(30, 60, 90)); // flat colour survives resampling
         canvas.undo();
-        EXPECT_EQ(canvas.image().size(), c.size);
-        EXPECT_EQ(canvas.frameSize(), QSizeF(std::max(c.size.width() * 0.5, 1.0), std::max(c.size.height() * 0.5, 1.0)));
+        EXPECT_EQ(canvas.image().size(), size);
+        EXPECT_EQ(canvas.frameSize(), QSizeF(std::max(size.width() * 0.5, 1.0), std::max(size.height() * 0.5, 1.0)));
     }
 }
 

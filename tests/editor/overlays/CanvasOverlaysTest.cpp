@@ -49,20 +49,14 @@ TEST_F(CanvasOverlaysTest, KeysNudgeApplyAndRemove)
     open(solid(800, 600, Qt::white));
     EditableImageOverlayView *overlay = openImage(Qt::black, QRectF(100, 200, 200, 100));
     EXPECT_TRUE(overlay->hasFocus());
-    const struct {
-        Qt::Key key;
-        Qt::KeyboardModifiers modifiers;
-        QRectF expected;
-    } steps[] = {
-        {Qt::Key_Right, Qt::ShiftModifier, {110, 200, 200, 100}},
+    for (const auto &[key, modifiers, expected] : {
+        std::tuple{Qt::Key_Right, Qt::KeyboardModifiers(Qt::ShiftModifier), QRectF(110, 200, 200, 100)},
         {Qt::Key_Up, Qt::AltModifier, {110, 199, 200, 101}},
         {Qt::Key_Left, Qt::AltModifier | Qt::ShiftModifier, {110, 199, 190, 101}},
         {Qt::Key_Down, Qt::NoModifier, {110, 200, 190, 101}},
-        {Qt::Key_Escape, Qt::NoModifier, {110, 200, 190, 101}},
-    };
-    for (const auto &step : steps) {
-        QTest::keyClick(overlay, step.key, step.modifiers);
-        EXPECT_EQ(overlay->frame(), step.expected) << step.key;
+        {Qt::Key_Escape, Qt::NoModifier, {110, 200, 190, 101}}}) {
+        QTest::keyClick(overlay, key, modifiers);
+        EXPECT_EQ(overlay->frame(), expected) << key;
     }
     EXPECT_EQ(overlays->imageOverlay(), overlay);
     QTest::keyClick(overlay, Qt::Key_Return);
@@ -100,40 +94,32 @@ TEST_F(CanvasOverlaysTest, ADoubleClickAppliesAtTheOpacityAndZoomASlimImageIsDro
 
 TEST_F(CanvasOverlaysTest, TextLandsAtTheBoxInImagePointsAtTheImagesDensity)
 {
-    const struct {
-        qreal zoom, density;
-        int fontSize, shownPixelSize;
-        QRectF box;
-        QString text;
-        int blankLinesAbove;
-    } cases[] = {
-        {2.0, 1.0, 32, 64, {200, 300, 430, 185}, "HHH", 0}, // on screen the 32-point font shows at 64
-        {1.0, 2.0, 32, 32, {200, 300, 430, 185}, "HHH", 0}, // a 2x capture: 32 points are 64 pixels
-        {0.25, 1.0, 16, 8, {10, 10, 190, 140}, "HH", 0},    // shown at no less than 8, goes in at 16
-        {1.0, 1.0, 32, 32, {20, 20, 400, 200}, "\n\nHH\n", 2}, // blank lines around the text are kept
-    };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(testing::Message() << c.zoom << " " << c.density << " " << c.fontSize);
-        open(solid(int(800 * c.density), int(600 * c.density), Qt::white, c.density), c.zoom);
-        model().setTextFontSize(c.fontSize);
-        EditableTextOverlayView *box = openText(c.box, c.text);
-        EXPECT_EQ(QFontInfo(box->textView()->font()).pixelSize(), c.shownPixelSize);
-        QTest::mouseClick(box->applyButton(), Qt::LeftButton);
+    // Blank lines above the text are kept; 32 points on screen at zoom 2 show at 64, and 16 at
+    // zoom 0.25 at no less than 8 but go in at 16; in a 2x capture 32 points are 64 pixels.
+    for (const auto &[zoom, density, fontSize, shownPixelSize, box, text, blankLinesAbove] : {
+             std::tuple{2.0, 1.0, 32, 64, QRectF(200, 300, 430, 185), "HHH", 0}, {1.0, 2.0, 32, 32, {200, 300, 430, 185}, "HHH", 0},
+             {0.25, 1.0, 16, 8, {10, 10, 190, 140}, "HH", 0}, {1.0, 1.0, 32, 32, {20, 20, 400, 200}, "\n\nHH\n", 2}}) {
+        SCOPED_TRACE(testing::Message() << zoom << " " << density << " " << fontSize);
+        open(solid(int(800 * density), int(600 * density), Qt::white, density), zoom);
+        model().setTextFontSize(fontSize);
+        EditableTextOverlayView *view = openText(box, text);
+        EXPECT_EQ(QFontInfo(view->textView()->font()).pixelSize(), shownPixelSize);
+        QTest::mouseClick(view->applyButton(), Qt::LeftButton);
         EXPECT_EQ(overlays->textOverlay(), nullptr);
         EXPECT_EQ(model().undoCount(), 1);
-        EXPECT_EQ(canvas->image().devicePixelRatio(), c.density);
+        EXPECT_EQ(canvas->image().devicePixelRatio(), density);
         const QRect ink = inkBounds(canvas->image(), [](QRgb p) { return qRed(p) > 180 && qGreen(p) < 150 && qBlue(p) < 150; });
         ASSERT_FALSE(ink.isEmpty());
         // The text area is the box + (8, 42) view points, over the zoom; pixels are points × density.
-        const QPointF area = (c.box.topLeft() + QPointF(8, 42)) / c.zoom;
+        const QPointF area = (box.topLeft() + QPointF(8, 42)) / zoom;
         QFont helvetica(QStringLiteral("Helvetica"));
-        helvetica.setPixelSize(c.fontSize);
+        helvetica.setPixelSize(fontSize);
         const QFontMetricsF metrics(helvetica);
-        const qreal top = area.y() + c.blankLinesAbove * metrics.lineSpacing() + metrics.ascent() - metrics.capHeight();
-        EXPECT_GE(ink.left(), area.x() * c.density);
-        EXPECT_LE(ink.left(), (area.x() + 6) * c.density);
-        EXPECT_NEAR(ink.top(), top * c.density, 3 * c.density);
-        EXPECT_NEAR(ink.height(), metrics.capHeight() * c.density, 2 * c.density);
+        const qreal top = area.y() + blankLinesAbove * metrics.lineSpacing() + metrics.ascent() - metrics.capHeight();
+        EXPECT_GE(ink.left(), area.x() * density);
+        EXPECT_LE(ink.left(), (area.x() + 6) * density);
+        EXPECT_NEAR(ink.top(), top * density, 3 * density);
+        EXPECT_NEAR(ink.height(), metrics.capHeight() * density, 2 * density);
     }
 }
 

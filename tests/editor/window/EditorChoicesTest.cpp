@@ -18,21 +18,14 @@ namespace C = EditorChoices;
 
 TEST(EditorChoices, PickerTitlesFallBackToTheirDefaults)
 {
-    const struct {
-        std::optional<QString> title;
-        qreal width, opacity, zoom, size;
-    } cases[] = {
-        {"10", 10, 0.01, 0.01, 10},
-        {"85%", 4, 0.85, 0.85, 32}, // a percentage title loses its last character, whatever it is
-        {std::nullopt, 4, 1.0, 1.0, 32},
-        {"wide", 4, 1.0, 1.0, 32},
-    };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.title.value_or("none").toStdString());
-        EXPECT_DOUBLE_EQ(C::lineWidth(c.title), c.width);
-        EXPECT_DOUBLE_EQ(C::opacity(c.title), c.opacity);
-        EXPECT_DOUBLE_EQ(C::zoom(c.title), c.zoom);
-        EXPECT_DOUBLE_EQ(C::textFontSize(c.title), c.size);
+    // A percentage title loses its last character, whatever it is.
+    for (const auto &[title, width, opacity, zoom, size] : {std::tuple{std::optional<QString>("10"), 10., 0.01, 0.01, 10.},
+                                                              {"85%", 4, 0.85, 0.85, 32}, {std::nullopt, 4, 1, 1, 32}, {"wide", 4, 1, 1, 32}}) {
+        SCOPED_TRACE(title.value_or("none").toStdString());
+        EXPECT_DOUBLE_EQ(C::lineWidth(title), width);
+        EXPECT_DOUBLE_EQ(C::opacity(title), opacity);
+        EXPECT_DOUBLE_EQ(C::zoom(title), zoom);
+        EXPECT_DOUBLE_EQ(C::textFontSize(title), size);
     }
     EXPECT_EQ(C::textFontName(std::nullopt), QStringLiteral("Helvetica"));
     EXPECT_EQ(C::textFontName(QStringLiteral("Menlo")), QStringLiteral("Menlo"));
@@ -51,33 +44,23 @@ TEST(EditorChoices, ZoomTitlesRoundToWholePercentagesAndQuickStylesComeInThreeWi
 
 TEST(EditorWindowGeometry, TheWindowTakesMostOfTheScreenUpToACap)
 {
-    const struct {
-        QSizeF area, content, minimum;
-    } cases[] = {
-        {{1440, 900}, {1100, 738}, {760, 520}},
-        {{1024, 640}, {880.64, 524.8}, {760, 520}},
-        {{1920, 1080}, {1100, 740}, {760, 520}},
-        {{700, 480}, {602, 393.6}, {700, 480}},
-    };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.area.width());
-        const QSizeF content = EditorWindowGeometry::contentSize(c.area);
-        EXPECT_NEAR(content.width(), c.content.width(), 1e-9);
-        EXPECT_NEAR(content.height(), c.content.height(), 1e-9);
-        EXPECT_EQ(EditorWindowGeometry::minimumSize(c.area), c.minimum);
-        EXPECT_EQ(EditorWindowGeometry::maximumSize(c.area), c.area);
+    for (const auto &[area, content, minimum] : {std::tuple{QSizeF(1440, 900), QSizeF(1100, 738), QSizeF(760, 520)},
+                                                  {{1024, 640}, {880.64, 524.8}, {760, 520}},
+                                                  {{1920, 1080}, {1100, 740}, {760, 520}},
+                                                  {{700, 480}, {602, 393.6}, {700, 480}}}) {
+        SCOPED_TRACE(area.width());
+        EXPECT_NEAR(EditorWindowGeometry::contentSize(area).width(), content.width(), 1e-9);
+        EXPECT_NEAR(EditorWindowGeometry::contentSize(area).height(), content.height(), 1e-9);
+        EXPECT_EQ(EditorWindowGeometry::minimumSize(area), minimum);
+        EXPECT_EQ(EditorWindowGeometry::maximumSize(area), area);
     }
 }
 
 TEST(EditorKeyEquivalents, OnlyControlOrSuperAloneWithCOrV)
 {
     using A = EditorKeyEquivalents::Action;
-    const struct {
-        Qt::KeyboardModifiers modifiers;
-        int key;
-        A expected;
-    } cases[] = {
-        {Qt::ControlModifier, Qt::Key_C, A::copy},
+    for (const auto &[modifiers, key, expected] : {
+        std::tuple{Qt::KeyboardModifiers(Qt::ControlModifier), Qt::Key_C, A::copy},
         {Qt::ControlModifier, Qt::Key_V, A::paste},
         {Qt::MetaModifier, Qt::Key_C, A::copy},
         {Qt::ControlModifier | Qt::KeypadModifier, Qt::Key_V, A::paste},
@@ -85,10 +68,8 @@ TEST(EditorKeyEquivalents, OnlyControlOrSuperAloneWithCOrV)
         {Qt::ControlModifier | Qt::MetaModifier, Qt::Key_C, A::none},
         {Qt::ControlModifier | Qt::AltModifier, Qt::Key_V, A::none},
         {Qt::NoModifier, Qt::Key_C, A::none},
-        {Qt::ControlModifier, Qt::Key_X, A::none},
-    };
-    for (const auto &c : cases)
-        EXPECT_EQ(EditorKeyEquivalents::classify(c.modifiers, c.key), c.expected) << int(c.modifiers) << " " << c.key;
+        {Qt::ControlModifier, Qt::Key_X, A::none}})
+        EXPECT_EQ(EditorKeyEquivalents::classify(modifiers, key), expected) << int(modifiers) << " " << key;
 }
 
 TEST(TextOverlayRendering, UnknownFamiliesFallBackToTheSystemFont)
@@ -115,25 +96,20 @@ TEST(PastedImage, FindsTheFirstImageAClipboardEntryCarries)
     QFile file(png);
     ASSERT_TRUE(file.open(QIODevice::ReadOnly));
     const QByteArray bytes = file.readAll();
-    const struct {
-        const char *name;
-        std::function<void(QMimeData &)> fill;
-        QSize size; // empty when nothing is found
-    } cases[] = {
-        {"image", [&](QMimeData &d) { d.setImageData(red); }, {4, 3}},
+    // The size of the image found; empty when none is.
+    for (const auto &[name, fill, size] : {
+        std::tuple<const char *, std::function<void(QMimeData &)>, QSize>{"image", [&](QMimeData &d) { d.setImageData(red); }, {4, 3}},
         {"png", [&](QMimeData &d) { d.setData(QStringLiteral("image/png"), bytes); }, {4, 3}},
         {"file", [&](QMimeData &d) { d.setUrls({QUrl::fromLocalFile(png)}); }, {4, 3}},
         {"turned file", [&](QMimeData &d) { d.setUrls({QUrl::fromLocalFile(turned)}); }, {3, 4}},
         {"text", [](QMimeData &d) { d.setText(QStringLiteral("not a picture")); }, {}},
-        {"broken png", [](QMimeData &d) { d.setData(QStringLiteral("image/png"), "\x89PNG broken"); }, {}},
-    };
-    for (const auto &c : cases) {
+        {"broken png", [](QMimeData &d) { d.setData(QStringLiteral("image/png"), "\x89PNG broken"); }, {}}}) {
         QMimeData data;
-        c.fill(data);
+        fill(data);
         const QImage found = PastedImage::fromMimeData(data);
-        EXPECT_EQ(found.size(), c.size.isEmpty() ? QSize(0, 0) : c.size) << c.name;
+        EXPECT_EQ(found.size(), size.isEmpty() ? QSize(0, 0) : size) << name;
         const QColor middle = found.isNull() ? QColor() : found.pixelColor(1, 1);
-        EXPECT_EQ(middle.red() > 240 && middle.green() < 16, !c.size.isEmpty()) << c.name;
+        EXPECT_EQ(middle.red() > 240 && middle.green() < 16, !size.isEmpty()) << name;
     }
 }
 

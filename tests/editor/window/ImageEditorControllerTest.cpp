@@ -167,9 +167,9 @@ TEST_F(EditorControllerTest, PickersAndQuickStylesSetTheDrawingStyle)
     EXPECT_EQ(style.lineWidth, 4);
 }
 
-TEST_F(EditorControllerTest, ToolButtonsShowExactlyTheChosenTool)
+TEST_F(EditorControllerTest, ToolButtonsShowExactlyTheChosenToolAndAnImageFileFloatsUntilTheToolIsLeft)
 {
-    open(solid(200, 100, Qt::white));
+    open(solid(400, 300, Qt::white));
     const auto checked = [this] {
         QList<EditTool> on;
         for (auto [tool, button] : editor->toolBar().toolButtons().asKeyValueRange())
@@ -182,23 +182,16 @@ TEST_F(EditorControllerTest, ToolButtonsShowExactlyTheChosenTool)
     EXPECT_EQ(model().tool(), EditTool::arrow);
     click(editor->toolBar().toolButton(EditTool::arrow)); // clicking it again keeps it chosen
     EXPECT_EQ(checked(), QList{EditTool::arrow});
-    // The insertion tool with the dialogue cancelled: the previous tool stays.
-    EXPECT_CALL(*chooser, chooseImageToInsert).WillOnce(Return(QString()));
-    click(editor->toolBar().toolButton(EditTool::insertImage));
-    EXPECT_EQ(checked(), QList{EditTool::arrow});
-    EXPECT_EQ(editor->overlays().imageOverlay(), nullptr);
-    editor->selectTool(99);
-    EXPECT_EQ(model().tool(), EditTool::arrow);
-}
-
-TEST_F(EditorControllerTest, AnImageFileFloatsAndLeavingTheToolAppliesIt)
-{
-    open(solid(400, 300, Qt::white));
+    // The insertion tool with the dialogue cancelled or an unreadable file: the previous tool stays.
     QTemporaryDir dir;
     const QString stamp = dir.filePath(QStringLiteral("stamp.webp"));
-    EXPECT_CALL(*chooser, chooseImageToInsert).WillOnce(Return(dir.filePath("unreadable.png"))).WillOnce(Return(stamp));
+    EXPECT_CALL(*chooser, chooseImageToInsert)
+        .WillOnce(Return(QString())).WillOnce(Return(dir.filePath("unreadable.png"))).WillOnce(Return(stamp));
+    click(editor->toolBar().toolButton(EditTool::insertImage));
     editor->selectTool(int(EditTool::insertImage));
-    EXPECT_EQ(model().tool(), EditTool::rectangle);
+    EXPECT_EQ(checked(), QList{EditTool::arrow});
+    EXPECT_EQ(model().tool(), EditTool::arrow);
+    EXPECT_EQ(editor->overlays().imageOverlay(), nullptr);
     ASSERT_TRUE(solid(40, 40, Qt::blue).save(stamp, "WEBP", 100));
     editor->selectTool(int(EditTool::insertImage));
     EXPECT_EQ(model().tool(), EditTool::insertImage);
@@ -208,9 +201,11 @@ TEST_F(EditorControllerTest, AnImageFileFloatsAndLeavingTheToolAppliesIt)
     editor->selectTool(int(EditTool::pen));
     EXPECT_EQ(editor->overlays().imageOverlay(), nullptr);
     EXPECT_EQ(model().undoCount(), 1);
+    editor->selectTool(99);
+    EXPECT_EQ(model().tool(), EditTool::pen);
 }
 
-TEST_F(EditorControllerTest, ControlVInsertsTheClipboardImageControlCSaves)
+TEST_F(EditorControllerTest, ControlVInsertsTheClipboardImageReturnAppliesItControlCSaves)
 {
     open(solid(400, 300, Qt::white));
     QGuiApplication::clipboard()->setText(QStringLiteral("no picture"));
@@ -221,15 +216,20 @@ TEST_F(EditorControllerTest, ControlVInsertsTheClipboardImageControlCSaves)
     ASSERT_NE(editor->overlays().imageOverlay(), nullptr);
     EXPECT_EQ(model().tool(), EditTool::insertImage);
     EXPECT_TRUE(editor->toolBar().toolButton(EditTool::insertImage)->isChecked());
+    key(editor->overlays().imageOverlay(), Qt::Key_Return, Qt::NoModifier);
+    EXPECT_EQ(editor->overlays().imageOverlay(), nullptr);
+    EXPECT_TRUE(results.empty());
+    EXPECT_TRUE(editor->canvas().hasFocus());
     key(&editor->canvas(), Qt::Key_C);
     EXPECT_EQ(saved().pixelColor(200, 150), QColor(Qt::green));
 }
 
-TEST_F(EditorControllerTest, InTheTextBoxControlCAndVEditTheText)
+TEST_F(EditorControllerTest, InTheTextBoxControlCAndVEditTheTextAndPastedImagesFloatBesideIt)
 {
     open(solid(600, 400, Qt::white));
     editor->setSelectedTool(EditTool::text);
-    editor->overlays().addText(QRectF(20, 20, 430, 185));
+    QTest::mouseClick(&editor->canvas(), Qt::LeftButton, {}, QPoint(40, 300));
+    ASSERT_NE(editor->overlays().textOverlay(), nullptr);
     QPlainTextEdit *text = editor->overlays().textOverlay()->textView();
     text->setPlainText(QStringLiteral("alpha beta"));
     text->selectAll();
@@ -240,18 +240,7 @@ TEST_F(EditorControllerTest, InTheTextBoxControlCAndVEditTheText)
     key(text, Qt::Key_Return, Qt::NoModifier); // a new line here, not a save
     EXPECT_TRUE(results.empty());
     EXPECT_EQ(text->toPlainText(), QStringLiteral("alpha betaalpha beta\n"));
-    // Leaving the text tool applies the box.
-    editor->selectTool(int(EditTool::pen));
-    EXPECT_EQ(editor->overlays().textOverlay(), nullptr);
-    EXPECT_EQ(model().undoCount(), 1);
-}
 
-TEST_F(EditorControllerTest, PastingAnImageLeavesTheOpenTextBoxFloating)
-{
-    open(solid(600, 400, Qt::white));
-    editor->setSelectedTool(EditTool::text);
-    QTest::mouseClick(&editor->canvas(), Qt::LeftButton, {}, QPoint(40, 300));
-    ASSERT_NE(editor->overlays().textOverlay(), nullptr);
     QGuiApplication::clipboard()->setImage(solid(50, 50, Qt::blue));
     click(editor->toolBar().actionButton(EditorToolBar::Action::paste));
     ASSERT_NE(editor->overlays().imageOverlay(), nullptr);
@@ -263,17 +252,13 @@ TEST_F(EditorControllerTest, PastingAnImageLeavesTheOpenTextBoxFloating)
     click(editor->toolBar().actionButton(EditorToolBar::Action::paste));
     EXPECT_EQ(model().undoCount(), 1);
     EXPECT_NE(editor->overlays().textOverlay(), nullptr);
-}
-
-TEST_F(EditorControllerTest, ReturnAppliesAFloatingImageAndOtherwiseSaves)
-{
-    open(solid(400, 300, Qt::white));
-    editor->overlays().addImageOverlay(solid(10, 10, Qt::black), QRectF(100, 100, 50, 50));
-    key(editor->overlays().imageOverlay(), Qt::Key_Return, Qt::NoModifier);
-    EXPECT_TRUE(results.empty());
-    EXPECT_TRUE(editor->canvas().hasFocus());
-    key(&editor->canvas(), Qt::Key_Return, Qt::NoModifier);
-    EXPECT_EQ(saved().pixelColor(120, 120), QColor(Qt::black));
+    // Leaving each tool applies what it left floating.
+    editor->selectTool(int(EditTool::text));
+    EXPECT_EQ(editor->overlays().imageOverlay(), nullptr);
+    EXPECT_NE(editor->overlays().textOverlay(), nullptr);
+    editor->selectTool(int(EditTool::pen));
+    EXPECT_EQ(editor->overlays().textOverlay(), nullptr);
+    EXPECT_EQ(model().undoCount(), 3);
 }
 
 TEST_F(EditorControllerTest, CopyKeepsTheEditorOpenAndExportWritesThePng)
@@ -322,7 +307,7 @@ TEST_F(EditorControllerTest, ADenseCaptureShowsItsPointSizeAndSavesItsPixels)
     EXPECT_EQ(editor->statusBar().sizeLabel()->text(), QStringLiteral("200 × 100 px"));
     editor->resetZoom();
     EXPECT_EQ(editor->canvas().size(), QSize(200, 100));
-    editor->save();
+    key(&editor->canvas(), Qt::Key_Return, Qt::NoModifier); // Return saves
     EXPECT_EQ(saved().size(), QSize(400, 200));
     EXPECT_EQ(saved().devicePixelRatio(), 2.0);
 }
