@@ -5,7 +5,10 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
+
+using testing::ElementsAre;
+using testing::Ne;
 
 namespace {
 
@@ -49,12 +52,8 @@ TEST(HistoryTableModel, TilesArriveLaterOnTheirOwnRowsAndAnOverwriteRemakesOnlyT
     EXPECT_EQ(changed.count(), 2);
     // Letter boxes beside the square, above and below the wide one.
     const QString blue = QColor(Qt::blue).name(), red = QColor(Qt::red).name();
-    EXPECT_EQ(look(model, 0)[0], blue);
-    EXPECT_NE(look(model, 0)[1], blue);
-    EXPECT_EQ(look(model, 0)[2], blue);
-    EXPECT_EQ(look(model, 1)[0], red);
-    EXPECT_EQ(look(model, 1)[1], red);
-    EXPECT_NE(look(model, 1)[2], red);
+    EXPECT_THAT(look(model, 0), ElementsAre(blue, Ne(blue), blue));
+    EXPECT_THAT(look(model, 1), ElementsAre(red, red, Ne(red)));
 
     // The editor saves over the same path; a later time stamp is what a real save leaves.
     ASSERT_TRUE(writePng(square, {50, 50}, Qt::green));

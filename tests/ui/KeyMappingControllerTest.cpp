@@ -104,7 +104,7 @@ TEST(KeyMappingController, RemovingTheLastMappingBringsBackThePlaceholderAndTheS
     EXPECT_TRUE(f.remapper.customMappings().isEmpty());
 }
 
-TEST(KeyMappingController, TickRunsAFailingToolOnceAndPaintsWhatIsInForce)
+TEST(KeyMappingController, TickRunsAFailingToolOnceAndTheToggleFollowsWhatTheRemapperWasAsked)
 {
     Fixture f;
     f.processes.defaultResult = FakeProcessRunner::exited(1); // the tool keeps failing
@@ -112,51 +112,39 @@ TEST(KeyMappingController, TickRunsAFailingToolOnceAndPaintsWhatIsInForce)
     QPushButton *pill = f.controller->mappingToggle();
     QLabel *line = f.controller->permissionStatus();
     // Built before the remapper starts: asked for, but paused.
-    EXPECT_TRUE(pill->isChecked());
     EXPECT_EQ(line->text(), QStringLiteral("○  ĐANG TẠM DỪNG"));
+    const auto shows = [&](bool checked, bool running) {
+        EXPECT_EQ(pill->text(), running ? QStringLiteral("●  ACTIVE") : QStringLiteral("○  PAUSED"));
+        EXPECT_EQ(pill->isChecked(), checked);
+        EXPECT_EQ(f.remapper.isRunning(), running);
+    };
     for (qsizetype tick = 0; tick <= 2; ++tick) {
         SCOPED_TRACE(tick);
         if (tick > 0)
             f.tick();
         EXPECT_EQ(f.processes.runCount(), tick); // the repaint must not retry as well
         EXPECT_TRUE(f.remapper.isRequested());
-        EXPECT_TRUE(pill->isChecked());
-        EXPECT_EQ(pill->text(), QStringLiteral("○  PAUSED"));
+        shows(true, false);
     }
     f.processes.defaultResult = FakeProcessRunner::exited(0);
     f.tick();
     EXPECT_EQ(f.processes.runCount(), 3);
-    EXPECT_EQ(pill->text(), QStringLiteral("●  ACTIVE"));
+    shows(true, true);
     EXPECT_EQ(line->text(), QStringLiteral("●  ĐANG HOẠT ĐỘNG"));
-}
 
-TEST(KeyMappingController, ToggleFollowsWhatTheRemapperWasAsked)
-{
-    Fixture f;
-    f.open();
-    f.remapper.start();
-    QCoreApplication::processEvents();
-    QPushButton *pill = f.controller->mappingToggle();
-    const auto shows = [&](bool on) {
-        EXPECT_EQ(pill->text(), on ? QStringLiteral("●  ACTIVE") : QStringLiteral("○  PAUSED"));
-        EXPECT_EQ(pill->isChecked(), on);
-        EXPECT_EQ(f.remapper.isRunning(), on);
-    };
-    shows(true);
     f.click("●  ACTIVE");
-    shows(false);
+    shows(false, false);
     EXPECT_FALSE(f.remapper.isRequested());
     EXPECT_EQ(f.lastProperty(), QStringLiteral(R"({"UserKeyMapping":[]})"));
-    const auto runs = f.processes.runCount();
     f.tick();
-    EXPECT_EQ(f.processes.runCount(), runs);
-    shows(false);
+    EXPECT_EQ(f.processes.runCount(), 4);
+    shows(false, false);
     f.click("○  PAUSED");
-    shows(true);
+    shows(true, true);
     // Turned off without the toggle (the quit path): a repaint shows it and turns nothing back on.
     f.remapper.stop();
     f.controller->refreshPermissionState();
-    shows(false);
+    shows(false, false);
 }
 
 TEST(KeyMappingController, WindowIsBuiltOnceAndKeepsItsLayout)

@@ -17,12 +17,6 @@ TEST(KeyMappingEditor, SourceChoicesDropUsedSourcesAndKeepCatalogueOrder)
     EXPECT_TRUE(some.contains("Escape"));
 }
 
-TEST(KeyMappingEditor, TitlesShowArrowOrPlaceholder)
-{
-    EXPECT_EQ(KeyMappingEditor::mappingTitles({}), QStringList{"Chưa có mapping"});
-    EXPECT_EQ(KeyMappingEditor::mappingTitles({{"Caps Lock", "Escape"}, {"←", "Home"}}), (QStringList{"Caps Lock  →  Escape", "←  →  Home"}));
-}
-
 TEST(KeyMappingEditor, AddAndRemoveRules)
 {
     const Mappings start = {{"Caps Lock", "Escape"}, {"A", "B"}};

@@ -31,7 +31,7 @@ public slots:
     void open(const QUrl &url) { urls.append(url); }
 };
 
-TEST(MainWindowController, OneWindowKeepsTheShapeSystemTestsClickThroughHideAndShow)
+TEST(MainWindowController, OneWindowKeepsItsShapeThroughHideAndShowAndListsTheNewestFirst)
 {
     Fixture f;
     QWidget *w = f.controller.window();
@@ -47,11 +47,8 @@ TEST(MainWindowController, OneWindowKeepsTheShapeSystemTestsClickThroughHideAndS
     EXPECT_EQ(f.controller.window(), w);
     EXPECT_TRUE(f.controller.isWindowVisible());
     w->hide();
-}
 
-TEST(MainWindowController, HistoryChangesReloadTheNewestRowsFirst)
-{
-    Fixture f;
+    // History changes reload the newest rows first.
     f.database.add(CaptureKind::screenshot, f.dir.filePath("Desktop/Screenshot_1.png"));
     f.database.add(CaptureKind::video, f.dir.filePath("Documents/Recordings/Recording_1.mp4"));
     EXPECT_TRUE(f.controller.items().isEmpty()); // only a change notice reloads
