@@ -16,26 +16,22 @@
 
 #include <memory>
 
-// A mouse event at a global position, with modifiers held (Qt Test's move helper takes
-// none). The widget may have moved since the press, as the pointer has not.
-inline void sendMouseAt(QWidget *widget, QEvent::Type type, QPointF global, Qt::MouseButtons buttons,
-                        Qt::KeyboardModifiers modifiers)
-{
-    const QPointF local = widget->mapFromGlobal(global);
-    QMouseEvent event(type, local, widget->mapTo(widget->window(), local), global,
-                      type == QEvent::MouseMove ? Qt::NoButton : Qt::LeftButton, buttons, modifiers);
-    QApplication::sendEvent(widget, &event);
-}
-
 // A press at `from` (widget coordinates), a few moves towards `to` and the release, as a
-// pointer that travels by `to - from` on the screen.
+// pointer that travels by `to - from` on the screen, with modifiers held (Qt Test's move
+// helper takes none). The widget may move under the pointer, as the pointer does not.
 inline void drag(QWidget *widget, QPoint from, QPoint to, Qt::KeyboardModifiers modifiers = Qt::NoModifier)
 {
     const QPointF start = widget->mapToGlobal(QPointF(from)), travel(to - from);
-    sendMouseAt(widget, QEvent::MouseButtonPress, start, Qt::LeftButton, modifiers);
+    const auto send = [&](QEvent::Type type, QPointF global, Qt::MouseButtons buttons) {
+        const QPointF local = widget->mapFromGlobal(global);
+        QMouseEvent event(type, local, widget->mapTo(widget->window(), local), global,
+                          type == QEvent::MouseMove ? Qt::NoButton : Qt::LeftButton, buttons, modifiers);
+        QApplication::sendEvent(widget, &event);
+    };
+    send(QEvent::MouseButtonPress, start, Qt::LeftButton);
     for (int i = 1; i <= 3; ++i)
-        sendMouseAt(widget, QEvent::MouseMove, start + travel * i / 3, Qt::LeftButton, modifiers);
-    sendMouseAt(widget, QEvent::MouseButtonRelease, start + travel, Qt::NoButton, modifiers);
+        send(QEvent::MouseMove, start + travel * i / 3, Qt::LeftButton);
+    send(QEvent::MouseButtonRelease, start + travel, Qt::NoButton);
 }
 
 // A canvas shown in its own window, with its floating text and image boxes.
