@@ -87,10 +87,10 @@ TEST(TextOverlayRendering, UnknownFamiliesFallBackToTheSystemFont)
 TEST(PastedImage, FindsTheFirstImageAClipboardEntryCarries)
 {
     QTemporaryDir dir;
-    const QString png = dir.filePath("photo.png"), turned = dir.filePath("turned.jpg");
+    const QString png = dir.filePath("photo.png"), turned = dir.filePath("turned.tif");
     const QImage red = solid(4, 3, Qt::red);
     ASSERT_TRUE(red.save(png));
-    QImageWriter writer(turned, "jpeg"); // a camera's picture, stored on its side
+    QImageWriter writer(turned, "tiff"); // a camera's picture, stored on its side
     writer.setTransformation(QImageIOHandler::TransformationRotate90);
     ASSERT_TRUE(writer.write(red));
     QFile file(png);
