@@ -1,20 +1,21 @@
 #pragma once
 
-#include <QColor>
-#include <QImage>
+#include <QPainter>
 #include <QRandomGenerator>
-#include <QRect>
+#include <QSignalSpy>
 
-#include <algorithm>
-#include <cstdlib>
+#include <gtest/gtest.h>
+
+#include <functional>
 
 // Small images with known content for the editor tests.
 namespace EditorTestImages {
 
-inline QImage solid(int width, int height, const QColor &color)
+inline QImage solid(int width, int height, const QColor &color, qreal density = 1)
 {
     QImage image(width, height, QImage::Format_ARGB32_Premultiplied);
     image.fill(color);
+    image.setDevicePixelRatio(density);
     return image;
 }
 
@@ -23,16 +24,14 @@ inline QImage noise(int width, int height, quint32 seed)
 {
     QImage image(width, height, QImage::Format_ARGB32_Premultiplied);
     QRandomGenerator rng(seed);
-    for (int y = 0; y < height; ++y) {
-        auto *row = reinterpret_cast<quint32 *>(image.scanLine(y));
+    for (int y = 0; y < height; ++y)
         for (int x = 0; x < width; ++x)
-            row[x] = 0xff000000u | (rng.generate() & 0x00ffffffu);
-    }
+            image.setPixel(x, y, 0xff000000u | (rng.generate() & 0x00ffffffu));
     return image;
 }
 
 // Pixels of `rect` that differ between two images of the same size.
-inline int differingPixels(const QImage &a, const QImage &b, const QRect &rect)
+inline int differingPixels(const QImage &a, const QImage &b, const QRect &rect = QRect(0, 0, 1 << 20, 1 << 20))
 {
     int count = 0;
     const QRect r = rect.intersected(a.rect());
@@ -42,14 +41,6 @@ inline int differingPixels(const QImage &a, const QImage &b, const QRect &rect)
     return count;
 }
 
-inline int differingPixels(const QImage &a, const QImage &b) { return differingPixels(a, b, a.rect()); }
-
-// The largest difference between the colour channels of two pixels.
-inline int channelDistance(const QColor &a, const QColor &b)
-{
-    return std::max({std::abs(a.red() - b.red()), std::abs(a.green() - b.green()), std::abs(a.blue() - b.blue())});
-}
-
 // The same pixels, whatever the formats.
 inline bool samePixels(const QImage &a, const QImage &b)
 {
@@ -57,4 +48,17 @@ inline bool samePixels(const QImage &a, const QImage &b)
            && a.convertToFormat(QImage::Format_ARGB32_Premultiplied) == b.convertToFormat(QImage::Format_ARGB32_Premultiplied);
 }
 
+// The smallest rectangle holding every pixel for which `ink` is true; empty when none.
+inline QRect inkBounds(const QImage &image, const std::function<bool(QRgb)> &ink)
+{
+    QRect bounds;
+    for (int y = 0; y < image.height(); ++y)
+        for (int x = 0; x < image.width(); ++x)
+            if (ink(image.pixel(x, y)))
+                bounds |= QRect(x, y, 1, 1);
+    return bounds;
+}
+
 } // namespace EditorTestImages
+
+using namespace EditorTestImages;

@@ -1,27 +1,11 @@
-#include "keyboard/KeyRemapper.h"
-#include "platform/fake/FakeHotKeyService.h"
-#include "platform/fake/FakeProcessRunner.h"
-#include "platform/fake/FakeScreenEnvironment.h"
 #include "ui/KeyMappingController.h"
 
-#include <QComboBox>
-#include <QFile>
-#include <QLabel>
-#include <QPushButton>
-#include <QTemporaryDir>
-#include <QTest>
+#include "ui/UiTestSupport.h"
 
-#include <gtest/gtest.h>
+#include <QComboBox>
+#include <QLabel>
 
 namespace {
-
-QPushButton *buttonTitled(QWidget *window, const QString &title)
-{
-    for (QPushButton *b : window->findChildren<QPushButton *>())
-        if (b->text() == title)
-            return b;
-    return nullptr;
-}
 
 QStringList itemsOf(const QComboBox *combo)
 {
@@ -31,39 +15,45 @@ QStringList itemsOf(const QComboBox *combo)
     return items;
 }
 
-QByteArray readAll(const QString &path)
-{
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
-
-struct Fixture {
-    QTemporaryDir dir;
-    FakeProcessRunner processes;
-    FakeHotKeyService hotKeys;
-    FakeScreenEnvironment screens;
-    KeyRemapper remapper{processes, hotKeys, "/opt/vistrel/vistrel-keymap"};
+struct Fixture : KeyboardFakes {
     QString file = dir.filePath("key-mappings.json");
     std::unique_ptr<KeyMappingController> controller;
 
-    void open()
+    void open(const QByteArray &saved = {})
     {
+        QFile seed(file);
+        if (!saved.isEmpty() && !(seed.open(QIODevice::WriteOnly) && seed.write(saved) == saved.size()))
+            ADD_FAILURE() << "cannot write " << file.toStdString();
+        seed.close();
         controller = std::make_unique<KeyMappingController>(remapper, screens, file);
         QCoreApplication::processEvents();
     }
-    void choose(const QString &source, const QString &destination)
+    QByteArray saved() const
     {
-        controller->sourceKeyPopup()->setCurrentText(source);
-        controller->destinationKeyPopup()->setCurrentText(destination);
+        QFile f(file);
+        return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray("(none)");
+    }
+    QStringList mappings() const { return itemsOf(controller->customMappingsPopup()); }
+    QPushButton *button(const QString &title) const
+    {
+        for (QPushButton *b : controller->window()->findChildren<QPushButton *>())
+            if (b->text() == title)
+                return b;
+        return nullptr;
     }
     void click(const QString &title)
     {
-        QPushButton *b = buttonTitled(controller->window(), title);
+        QPushButton *b = button(title);
         ASSERT_TRUE(b) << title.toStdString();
         QTest::mouseClick(b, Qt::LeftButton);
         QCoreApplication::processEvents();
     }
-    QString lastProperty() const { return processes.runs().last().arguments.last(); }
+    void add(const QString &source, const QString &destination)
+    {
+        controller->sourceKeyPopup()->setCurrentText(source);
+        controller->destinationKeyPopup()->setCurrentText(destination);
+        click("＋");
+    }
     // The app's retry tick: the remapper retries, the window repaints.
     void tick()
     {
@@ -73,123 +63,88 @@ struct Fixture {
     }
 };
 
-} // namespace
-
-TEST(KeyMappingController, AddingAMappingSavesAppliesAndUpdatesBothPopups)
+TEST(KeyMappingController, AddingAMappingSavesAppliesAndUpdatesBothPopupsRefusedOnesWriteNothing)
 {
     Fixture f;
     f.open();
     f.remapper.start();
     const auto runsBefore = f.processes.runCount();
-
-    f.choose("Caps Lock", "Escape");
-    f.click("＋");
-
-    EXPECT_EQ(readAll(f.file), QByteArray(R"([{"source":"Caps Lock","destination":"Escape"}])"));
-    EXPECT_EQ(itemsOf(f.controller->customMappingsPopup()), QStringList{"Caps Lock  →  Escape"});
+    f.add("Caps Lock", "Caps Lock"); // refused
+    f.click("×");                    // on the placeholder row
+    EXPECT_FALSE(QFile::exists(f.file));
+    EXPECT_EQ(f.mappings(), QStringList{"Chưa có mapping"});
+    f.add("Caps Lock", "Escape");
+    EXPECT_EQ(f.saved(), QByteArray(R"([{"source":"Caps Lock","destination":"Escape"}])"));
+    EXPECT_EQ(f.mappings(), QStringList{"Caps Lock  →  Escape"});
     EXPECT_EQ(f.controller->sourceKeyPopup()->count(), 70); // which one goes is the editor's rule
     // In force, so the new mapping reaches the keyboard at once.
     ASSERT_EQ(f.processes.runCount(), runsBefore + 1);
     EXPECT_TRUE(f.lastProperty().contains(R"("HIDKeyboardModifierMappingDst":30064771113,"HIDKeyboardModifierMappingSrc":30064771129)"))
         << f.lastProperty().toStdString();
-}
-
-TEST(KeyMappingController, RefusedChoicesWriteNothing)
-{
-    Fixture f;
-    f.open();
-    f.choose("Caps Lock", "Caps Lock");
+    // The first destination of the list is a choice like any other.
+    f.controller->sourceKeyPopup()->setCurrentText("Tab");
+    f.controller->destinationKeyPopup()->setCurrentIndex(0);
     f.click("＋");
-    EXPECT_FALSE(QFile::exists(f.file));
-    EXPECT_EQ(itemsOf(f.controller->customMappingsPopup()), QStringList{"Chưa có mapping"});
-
-    // "×" on the placeholder row removes nothing and writes nothing either.
-    f.click("×");
-    EXPECT_FALSE(QFile::exists(f.file));
+    EXPECT_EQ(f.mappings(), QStringList({"Caps Lock  →  Escape", "Tab  →  Control trái"}));
 }
 
 TEST(KeyMappingController, RemovingTheLastMappingBringsBackThePlaceholderAndTheSource)
 {
     Fixture f;
-    QFile seed(f.file);
-    ASSERT_TRUE(seed.open(QIODevice::WriteOnly));
-    seed.write(R"([{"source":"Caps Lock","destination":"Escape"},{"source":"Tab","destination":"A"}])");
-    seed.close();
-    f.open();
-    EXPECT_EQ(f.remapper.customMappings().size(), 2);   // handed over at construction
-
+    f.open(R"([{"source":"Caps Lock","destination":"Escape"},{"source":"Tab","destination":"A"}])");
+    EXPECT_EQ(f.remapper.customMappings().size(), 2); // handed over at construction
     f.controller->customMappingsPopup()->setCurrentIndex(0);
     f.click("×");
-    EXPECT_EQ(readAll(f.file), QByteArray(R"([{"source":"Tab","destination":"A"}])"));
+    EXPECT_EQ(f.saved(), QByteArray(R"([{"source":"Tab","destination":"A"}])"));
     EXPECT_TRUE(itemsOf(f.controller->sourceKeyPopup()).contains("Caps Lock"));
-
     f.controller->customMappingsPopup()->setCurrentIndex(0);
     f.click("×");
-    EXPECT_EQ(readAll(f.file), QByteArray("[]"));
-    EXPECT_EQ(itemsOf(f.controller->customMappingsPopup()), QStringList{"Chưa có mapping"});
+    EXPECT_EQ(f.saved(), QByteArray("[]"));
+    EXPECT_EQ(f.mappings(), QStringList{"Chưa có mapping"});
     EXPECT_TRUE(f.remapper.customMappings().isEmpty());
 }
 
-TEST(KeyMappingController, TickRunsAFailingToolOnceAndPaintsWhatIsInForce)
+TEST(KeyMappingController, TickRunsAFailingToolOnceAndTheToggleFollowsWhatTheRemapperWasAsked)
 {
     Fixture f;
-    f.processes.defaultResult = FakeProcessRunner::exited(1);   // the tool keeps failing
+    f.processes.defaultResult = FakeProcessRunner::exited(1); // the tool keeps failing
     f.open();
     QPushButton *pill = f.controller->mappingToggle();
     QLabel *line = f.controller->permissionStatus();
     // Built before the remapper starts: asked for, but paused.
-    EXPECT_TRUE(pill->isChecked());
-    EXPECT_EQ(pill->text(), QStringLiteral("○  PAUSED"));
     EXPECT_EQ(line->text(), QStringLiteral("○  ĐANG TẠM DỪNG"));
-
-    for (qsizetype tick = 1; tick <= 2; ++tick) {
+    const auto shows = [&](bool checked, bool running) {
+        EXPECT_EQ(pill->text(), running ? QStringLiteral("●  ACTIVE") : QStringLiteral("○  PAUSED"));
+        EXPECT_EQ(pill->isChecked(), checked);
+        EXPECT_EQ(f.remapper.isRunning(), running);
+    };
+    for (qsizetype tick = 0; tick <= 2; ++tick) {
         SCOPED_TRACE(tick);
-        f.tick();
-        EXPECT_EQ(f.processes.runCount(), tick);   // the repaint must not retry as well
+        if (tick > 0)
+            f.tick();
+        EXPECT_EQ(f.processes.runCount(), tick); // the repaint must not retry as well
         EXPECT_TRUE(f.remapper.isRequested());
-        EXPECT_TRUE(pill->isChecked());
-        EXPECT_EQ(pill->text(), QStringLiteral("○  PAUSED"));
+        shows(true, false);
     }
-
     f.processes.defaultResult = FakeProcessRunner::exited(0);
     f.tick();
     EXPECT_EQ(f.processes.runCount(), 3);
-    EXPECT_EQ(pill->text(), QStringLiteral("●  ACTIVE"));
+    shows(true, true);
     EXPECT_EQ(line->text(), QStringLiteral("●  ĐANG HOẠT ĐỘNG"));
-}
-
-TEST(KeyMappingController, ToggleFollowsWhatTheRemapperWasAsked)
-{
-    Fixture f;
-    f.open();
-    f.remapper.start();
-    QCoreApplication::processEvents();
-    QPushButton *pill = f.controller->mappingToggle();
-    ASSERT_EQ(pill->text(), QStringLiteral("●  ACTIVE"));
 
     f.click("●  ACTIVE");
+    shows(false, false);
     EXPECT_FALSE(f.remapper.isRequested());
-    EXPECT_FALSE(f.remapper.isRunning());
     EXPECT_EQ(f.lastProperty(), QStringLiteral(R"({"UserKeyMapping":[]})"));
-    EXPECT_EQ(pill->text(), QStringLiteral("○  PAUSED"));
-    EXPECT_FALSE(pill->isChecked());
-
-    const auto runs = f.processes.runCount();
     f.tick();
-    EXPECT_EQ(f.processes.runCount(), runs);
-    EXPECT_FALSE(f.remapper.isRunning());
-
+    EXPECT_EQ(f.processes.runCount(), 4);
+    shows(false, false);
     f.click("○  PAUSED");
-    EXPECT_TRUE(f.remapper.isRunning());
-    EXPECT_EQ(pill->text(), QStringLiteral("●  ACTIVE"));
-    EXPECT_TRUE(pill->isChecked());
-
+    shows(true, true);
     // Turned off without the toggle (the quit path): a repaint shows it and turns nothing back on.
     f.remapper.stop();
     f.controller->refreshPermissionState();
-    EXPECT_FALSE(f.remapper.isRunning());
-    EXPECT_FALSE(pill->isChecked());
-    EXPECT_EQ(pill->text(), QStringLiteral("○  PAUSED"));
+    shows(false, false);
 }
 
 TEST(KeyMappingController, WindowIsBuiltOnceAndKeepsItsLayout)
@@ -204,5 +159,13 @@ TEST(KeyMappingController, WindowIsBuiltOnceAndKeepsItsLayout)
     EXPECT_EQ(window->size(), QSize(720, 470));
     // System tests click these points; keep them where they are.
     EXPECT_EQ(f.controller->mappingToggle()->geometry(), QRect(554, 32, 126, 40));
+    EXPECT_EQ(f.controller->mappingToggle()->font().pixelSize(), 11);
+    QStringList labels;
+    for (const QLabel *label : window->findChildren<QLabel *>())
+        labels << label->text();
+    EXPECT_TRUE(labels.contains("Phím nguồn") && labels.contains("Phím đích")) << labels.join(", ").toStdString();
+    EXPECT_EQ(f.controller->customMappingsPopup()->nextInFocusChain(), f.button("×")); // Tab from the list
     window->hide();
 }
+
+} // namespace

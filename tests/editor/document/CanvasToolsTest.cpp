@@ -2,68 +2,51 @@
 
 #include "editor/EditorTestImages.h"
 
-#include <QSignalSpy>
-
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <utility>
-
-using namespace EditorTestImages;
-
 namespace {
 
-struct Drag {
-    QPointF from, to;
-};
-
-void drag(EditorCanvasModel &canvas, const Drag &d, int steps = 4)
+void drag(EditorCanvasModel &canvas, QLineF d, int steps = 4)
 {
-    canvas.press(d.from);
+    canvas.press(d.p1());
     for (int i = 1; i <= steps; ++i)
-        canvas.drag(d.from + (d.to - d.from) * (qreal(i) / steps));
-    canvas.release(d.to);
+        canvas.drag(d.pointAt(qreal(i) / steps));
+    canvas.release(d.p2());
+}
+
+void use(EditorCanvasModel &canvas, EditTool tool, const QColor &color, qreal lineWidth)
+{
+    canvas.setTool(tool);
+    canvas.setColor(color);
+    canvas.setLineWidth(lineWidth);
 }
 
 QColor at(const EditorCanvasModel &canvas, int x, int y) { return canvas.image().pixelColor(x, y); }
 
 TEST(CanvasTools, ClicksAndThinDragsLeaveNoTrace)
 {
-    const struct {
-        const char *name;
-        EditTool tool;
-        qreal zoom;
-        Drag drag;
-        int steps;
-        bool step, draws;
-    } cases[] = {
-        {"rectangle click", EditTool::rectangle, 1, {{50, 50}, {50, 50}}, 4, false, false},
-        {"rectangle 2 high", EditTool::rectangle, 1, {{20, 50}, {180, 52}}, 4, false, false},
-        {"rectangle 2 wide", EditTool::rectangle, 1, {{50, 20}, {52, 150}}, 4, false, false},
-        {"rectangle 3 by 3", EditTool::rectangle, 1, {{50, 50}, {53, 53}}, 4, true, true},
-        {"rectangle 2 image points at zoom 2", EditTool::rectangle, 2, {{50, 50}, {54, 150}}, 4, false, false},
-        {"ellipse 2 high", EditTool::ellipse, 1, {{20, 50}, {180, 52}}, 4, false, false},
-        {"crop 2 wide", EditTool::crop, 1, {{50, 20}, {52, 150}}, 4, false, false},
-        {"pixelate click", EditTool::pixelate, 1, {{60, 60}, {60, 60}}, 4, false, false},
-        {"horizontal line of 4", EditTool::line, 1, {{40, 50}, {44, 50}}, 4, true, true},
-        {"horizontal line of 3", EditTool::line, 1, {{40, 50}, {43, 50}}, 4, false, false},
-        {"vertical arrow of 30", EditTool::arrow, 1, {{40, 20}, {40, 50}}, 4, true, true},
-        {"line 3 across 3 up at zoom 0.5", EditTool::line, 0.5, {{20, 23}, {23, 20}}, 4, true, true},
-        // A free-hand press records its step even without movement.
-        {"pen press", EditTool::pen, 1, {{10, 10}, {10, 10}}, 0, true, false},
-        {"marker press", EditTool::marker, 1, {{10, 10}, {10, 10}}, 0, true, false},
-    };
     const QImage white = solid(200, 160, Qt::white);
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.name);
+    for (const auto &[name, tool, zoom, line, steps, step, draws] : {
+        std::tuple{"rectangle click", EditTool::rectangle, 1., QLineF(50, 50, 50, 50), 4, false, false},
+        {"rectangle 2 high", EditTool::rectangle, 1, {20, 50, 180, 52}, 4, false, false},
+        {"rectangle 2 wide", EditTool::rectangle, 1, {50, 20, 52, 150}, 4, false, false},
+        {"rectangle 3 by 3", EditTool::rectangle, 1, {50, 50, 53, 53}, 4, true, true},
+        {"rectangle 2 image points at zoom 2", EditTool::rectangle, 2, {50, 50, 54, 150}, 4, false, false},
+        {"ellipse 2 high", EditTool::ellipse, 1, {20, 50, 180, 52}, 4, false, false},
+        {"crop 2 wide", EditTool::crop, 1, {50, 20, 52, 150}, 4, false, false},
+        {"pixelate click", EditTool::pixelate, 1, {60, 60, 60, 60}, 4, false, false},
+        {"horizontal line of 4", EditTool::line, 1, {40, 50, 44, 50}, 4, true, true},
+        {"horizontal line of 3", EditTool::line, 1, {40, 50, 43, 50}, 4, false, false},
+        {"vertical arrow of 30", EditTool::arrow, 1, {40, 20, 40, 50}, 4, true, true},
+        {"line 3 across 3 up at zoom 0.5", EditTool::line, 0.5, {20, 23, 23, 20}, 4, true, true},
+        // A free-hand press records its step even without movement.
+        {"pen press", EditTool::pen, 1, {10, 10, 10, 10}, 0, true, false},
+        {"marker press", EditTool::marker, 1, {10, 10, 10, 10}, 0, true, false}}) {
+        SCOPED_TRACE(name);
         EditorCanvasModel canvas(white);
-        canvas.setZoom(c.zoom);
-        canvas.setTool(c.tool);
-        canvas.setColor(Qt::black);
-        canvas.setLineWidth(2);
-        drag(canvas, c.drag, c.steps);
-        EXPECT_EQ(canvas.undoCount(), c.step ? 1 : 0);
-        EXPECT_EQ(differingPixels(canvas.image(), white) > 0 || canvas.imageSize() != QSizeF(200, 160), c.draws);
+        canvas.setZoom(zoom);
+        use(canvas, tool, Qt::black, 2);
+        drag(canvas, line, steps);
+        EXPECT_EQ(canvas.undoCount(), step ? 1 : 0);
+        EXPECT_EQ(differingPixels(canvas.image(), white) > 0 || canvas.imageSize() != QSizeF(200, 160), draws);
     }
 }
 
@@ -71,45 +54,31 @@ TEST(CanvasTools, StrokeColourAndWidthFollowTheToolNotAlwaysTheOpacity)
 {
     // Red at alpha a over white leaves green at 255 × (1 − a); the marker is four times as
     // wide as the pen and always translucent.
-    const struct {
-        EditTool tool;
-        qreal opacity;
-        int green;
-        int markedRows; // across a horizontal stroke of width 4; 0 to skip
-    } cases[] = {
-        {EditTool::pen, 0.3, 0, 4},         {EditTool::pen, 1.0, 0, 4},
-        {EditTool::marker, 1.0, 179, 16},   {EditTool::marker, 0.3, 179, 16},
-        {EditTool::rectangle, 0.5, 128, 0}, {EditTool::rectangle, 1.0, 0, 0},
-    };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(testing::Message() << int(c.tool) << " at opacity " << c.opacity);
+    // Rows marked across a horizontal stroke of width 4; 0 to skip.
+    for (const auto &[tool, opacity, green, markedRows] :
+         {std::tuple{EditTool::pen, 0.3, 0, 4}, {EditTool::pen, 1.0, 0, 4}, {EditTool::marker, 1.0, 179, 16},
+          {EditTool::marker, 0.3, 179, 16}, {EditTool::rectangle, 0.5, 128, 0}, {EditTool::rectangle, 1.0, 0, 0}}) {
+        SCOPED_TRACE(testing::Message() << int(tool) << " at opacity " << opacity);
         EditorCanvasModel canvas(solid(200, 100, Qt::white));
-        canvas.setTool(c.tool);
-        canvas.setColor(QColor(255, 0, 0));
-        canvas.setOpacity(c.opacity);
-        canvas.setLineWidth(4);
+        use(canvas, tool, QColor(255, 0, 0), 4);
+        canvas.setOpacity(opacity);
         // A rectangle's top edge and a free-hand stroke both cross (100, 30).
-        drag(canvas, c.tool == EditTool::rectangle ? Drag{{20, 30}, {180, 80}} : Drag{{20, 30}, {180, 30}}, 1);
-        const QColor pixel = at(canvas, 100, 30);
-        EXPECT_EQ(pixel.red(), 255);
-        EXPECT_NEAR(pixel.green(), c.green, 2);
-        EXPECT_EQ(pixel.alpha(), 255);
+        drag(canvas, {20, 30, 180, tool == EditTool::rectangle ? 80. : 30.}, 1);
+        const QColor p = at(canvas, 100, 30);
+        EXPECT_EQ(std::pair(p.red(), p.alpha()), std::pair(255, 255));
+        EXPECT_NEAR(p.green(), green, 2);
         int marked = 0;
         for (int y = 0; y < 100; ++y)
             marked += at(canvas, 100, y) != QColor(Qt::white);
-        if (c.markedRows > 0) {
-            EXPECT_NEAR(marked, c.markedRows, 2);
-        }
+        EXPECT_NEAR(markedRows > 0 ? marked : 0, markedRows, 2);
     }
 }
 
 TEST(CanvasTools, ArrowHeadOpensThirtyDegreesEitherSide)
 {
     EditorCanvasModel canvas(solid(200, 100, Qt::white));
-    canvas.setTool(EditTool::arrow);
-    canvas.setColor(Qt::black);
-    canvas.setLineWidth(2); // head length max(8, 12) = 12
-    drag(canvas, {{20, 50}, {150, 50}});
+    use(canvas, EditTool::arrow, Qt::black, 2); // head length max(8, 12) = 12
+    drag(canvas, {20, 50, 150, 50});
     // The barbs end at E - 12 (cos 30°, ±sin 30°) = (139.6, 44) and (139.6, 56).
     EXPECT_LT(at(canvas, 141, 45).lightness(), 128);
     EXPECT_LT(at(canvas, 141, 55).lightness(), 128);
@@ -123,16 +92,13 @@ TEST(CanvasTools, CalloutDiscFollowsTheLineWidthAndNumbersNeverComeBack)
     // Disc d = max(7w, 28) plus half the white outline max(w/2, 2) on each side.
     for (const auto &[lineWidth, expected] : {std::pair{2, 30}, {4, 30}, {10, 75}}) {
         EditorCanvasModel canvas(solid(200, 200, Qt::black));
-        canvas.setTool(EditTool::callout);
-        canvas.setColor(QColor(0, 0, 255));
-        canvas.setLineWidth(lineWidth);
+        use(canvas, EditTool::callout, QColor(0, 0, 255), lineWidth);
         canvas.press({100, 100});
         int width = 0;
         for (int x = 0; x < 200; ++x)
             width += at(canvas, x, 100) != QColor(Qt::black);
         EXPECT_NEAR(width, expected, 2) << lineWidth;
     }
-
     const auto stamp = [](int stamps, int undosBeforeLast) {
         EditorCanvasModel canvas(solid(160, 120, Qt::darkGray));
         canvas.setTool(EditTool::callout);
@@ -145,127 +111,84 @@ TEST(CanvasTools, CalloutDiscFollowsTheLineWidthAndNumbersNeverComeBack)
     };
     EXPECT_GT(differingPixels(stamp(1, 0), stamp(2, 0)), 20);
     EXPECT_GT(differingPixels(stamp(2, 0), stamp(3, 0)), 20);
-    // Two stamped, both undone: the next one still shows "3".
-    EXPECT_EQ(differingPixels(stamp(3, 2), stamp(3, 0)), 0);
+    EXPECT_EQ(differingPixels(stamp(3, 2), stamp(3, 0)), 0); // two stamped, both undone: still "3"
 }
 
-TEST(CanvasTools, CropKeepsTheDraggedPixelsAndUndoRestoresSizeAndFrame)
+TEST(CanvasTools, CropIsClampedToTheViewAndUndoRestoresSizeAndFrame)
 {
     const QImage original = noise(200, 150, 4);
     EditorCanvasModel canvas(original);
     canvas.setZoom(0.5);
     canvas.setTool(EditTool::crop);
-    // View (10, 20)-(60, 45) is image (20, 40)-(120, 90).
-    drag(canvas, {{10, 20}, {60, 45}});
-    EXPECT_TRUE(samePixels(canvas.image(), original.copy(20, 40, 100, 50)));
-    EXPECT_EQ(canvas.frameSize(), QSizeF(50, 25));
-
+    drag(canvas, {90, 60, 500, 500}, 1); // image (180, 120) to the corner
+    EXPECT_TRUE(samePixels(canvas.image(), original.copy(180, 120, 20, 30)));
+    EXPECT_EQ(canvas.frameSize(), QSizeF(10, 15));
     canvas.undo();
     EXPECT_TRUE(samePixels(canvas.image(), original));
     EXPECT_EQ(canvas.frameSize(), QSizeF(100, 75));
-
-    drag(canvas, {{90, 60}, {500, 500}}, 1); // clamped to the view's corner
-    EXPECT_TRUE(samePixels(canvas.image(), original.copy(180, 120, 20, 30)));
 }
 
 TEST(CanvasTools, PixelateAndBlurChangeOnlyTheDraggedRectangle)
 {
-    const struct {
-        EditTool tool;
-        qreal lineWidth;
-        int cell; // side of uniform cells; 0 for blur
-    } cases[] = {{EditTool::pixelate, 2, 8}, {EditTool::pixelate, 4, 12}, {EditTool::blur, 2, 0}, {EditTool::blur, 10, 0}};
     const QImage original = noise(200, 160, 8);
     const QRect region(40, 24, 96, 96);
-    for (const auto &c : cases) {
-        SCOPED_TRACE(int(c.tool));
+    // The side of uniform cells; 0 for blur.
+    for (const auto &[tool, lineWidth, cell] : {std::tuple{EditTool::pixelate, 2, 8}, {EditTool::pixelate, 4, 12}, {EditTool::blur, 2, 0}, {EditTool::blur, 10, 0}}) {
+        SCOPED_TRACE(int(tool));
         EditorCanvasModel canvas(original);
-        canvas.setTool(c.tool);
-        canvas.setLineWidth(c.lineWidth);
-        drag(canvas, {{40, 24}, {136, 120}});
+        use(canvas, tool, Qt::black, lineWidth);
+        drag(canvas, {40, 24, 136, 120});
         const QImage out = canvas.image();
         EXPECT_EQ(differingPixels(out, original) - differingPixels(out, original, region), 0);
         EXPECT_GT(differingPixels(out, original, region), region.width() * region.height() * 9 / 10);
-        if (c.cell > 0) {
+        if (cell > 0) {
             // Cells anchored at the origin: one inside the region is a single colour.
-            const int x0 = (region.left() / c.cell + 1) * c.cell, y0 = (region.top() / c.cell + 1) * c.cell;
-            const QImage cell = out.copy(x0, y0, c.cell, c.cell);
-            EXPECT_EQ(differingPixels(cell, solid(c.cell, c.cell, cell.pixelColor(0, 0))), 0);
-            EXPECT_NE(cell.pixel(0, 0), out.pixel(x0 + c.cell, y0));
+            const int x0 = (region.left() / cell + 1) * cell, y0 = (region.top() / cell + 1) * cell;
+            const QImage one = out.copy(x0, y0, cell, cell);
+            EXPECT_EQ(differingPixels(one, solid(cell, cell, one.pixelColor(0, 0))), 0);
+            EXPECT_NE(one.pixel(0, 0), out.pixel(x0 + cell, y0));
         }
         canvas.undo();
         EXPECT_TRUE(samePixels(canvas.image(), original));
     }
 }
 
-TEST(CanvasTools, TextAndInsertionReachTheOverlayHooks)
+TEST(CanvasTools, InsertionDragsAndPastesReachTheOverlayHook)
 {
     EditorCanvasModel canvas(solid(600, 400, Qt::white));
-    QSignalSpy texts(&canvas, &EditorCanvasModel::textToolPressed);
     QSignalSpy overlays(&canvas, &EditorCanvasModel::imageOverlayRequested);
-    canvas.setTool(EditTool::text);
-    canvas.press({500, 100});
-    ASSERT_EQ(texts.count(), 1);
-    EXPECT_EQ(texts.at(0).at(1).toRectF(), QRectF(170, 0, 430, 185));
-    EXPECT_FALSE(canvas.isDragging());
-
     canvas.setTool(EditTool::insertImage);
-    drag(canvas, {{100, 100}, {300, 250}});
+    drag(canvas, {100, 100, 300, 250});
     EXPECT_EQ(overlays.count(), 0); // no image chosen
     canvas.setInsertImage(solid(10, 10, Qt::green));
-    drag(canvas, {{300, 250}, {100, 100}});
+    drag(canvas, {300, 250, 100, 100});
     ASSERT_EQ(overlays.count(), 1);
-    EXPECT_EQ(overlays.at(0).at(1).toRectF(), QRectF(100, 100, 200, 150));
+    EXPECT_EQ(overlays[0][1].toRectF(), QRectF(100, 100, 200, 150));
     EXPECT_FALSE(canvas.canUndo()); // the overlay records its own step when committed
 
     canvas.pasteImage(solid(4000, 3000, Qt::red));
     ASSERT_EQ(overlays.count(), 2);
     // 55 % of the view's height leads: 293.3 by 220, centred.
-    EXPECT_EQ(overlays.at(1).at(1).toRectF(), QRectF(460.0 / 3, 90, 880.0 / 3, 220));
+    EXPECT_EQ(overlays[1][1].toRectF(), QRectF(460.0 / 3, 90, 880.0 / 3, 220));
     EXPECT_EQ(canvas.insertImage().size(), QSize(4000, 3000));
-}
-
-QImage dense(QImage image)
-{
-    image.setDevicePixelRatio(2);
-    return image;
 }
 
 TEST(CanvasTools, MarksOnADenseImageAreSizedInImagePoints)
 {
-    const struct {
-        const char *name;
-        EditTool tool;
-        Drag drag; // view points at zoom 1 = image points
-        int row;   // pixels
-        int first, last;
-    } cases[] = {
-        // Sides at x = 20 and 60, 4 wide: points 18 to 62, pixels 36 to 123.
-        {"rectangle", EditTool::rectangle, {{20, 20}, {60, 50}}, 70, 36, 123},
-        // A 28-point disc under a 2-point white outline shows 26 points red across.
-        {"callout", EditTool::callout, {{50, 40}, {50, 40}}, 80, 74, 125},
-    };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.name);
-        EditorCanvasModel canvas(dense(solid(200, 160, Qt::white)));
+    // Rectangle sides at x = 20 and 60, 4 wide: points 18 to 62, pixels 36 to 123. A 28-point
+    // disc under a 2-point white outline shows 26 points red across. Drags are in image points.
+    for (const auto &[tool, line, row, first, last] :
+         {std::tuple{EditTool::rectangle, QLineF(20, 20, 60, 50), 70, 36, 123}, {EditTool::callout, {50, 40, 50, 40}, 80, 74, 125}}) {
+        SCOPED_TRACE(int(tool));
+        EditorCanvasModel canvas(solid(200, 160, Qt::white, 2));
         EXPECT_EQ(canvas.imageSize(), QSizeF(100, 80));
         EXPECT_EQ(canvas.frameSize(), QSizeF(100, 80));
-        canvas.setTool(c.tool);
-        canvas.setColor(Qt::red);
-        canvas.setLineWidth(4);
-        drag(canvas, c.drag);
-        const QImage out = canvas.image();
-        EXPECT_EQ(out.devicePixelRatio(), 2.0);
-        int first = -1, last = -1; // the strongly red pixels of the row
-        for (int x = 0; x < out.width(); ++x) {
-            const QColor p = out.pixelColor(x, c.row);
-            if (p.red() > 200 && p.green() < 100) {
-                first = first < 0 ? x : first;
-                last = x;
-            }
-        }
-        EXPECT_NEAR(first, c.first, 1);
-        EXPECT_NEAR(last, c.last, 1);
+        use(canvas, tool, Qt::red, 4);
+        drag(canvas, line);
+        EXPECT_EQ(canvas.image().devicePixelRatio(), 2.0);
+        const QRect red = inkBounds(canvas.image().copy(0, row, 200, 1), [](QRgb p) { return qRed(p) > 200 && qGreen(p) < 100; });
+        EXPECT_NEAR(red.left(), first, 1);
+        EXPECT_NEAR(red.right(), last, 1);
     }
 }
 
@@ -273,31 +196,23 @@ TEST(CanvasTools, CropResizeUndoAndPngKeepADenseImagesPixels)
 {
     QImage original = noise(200, 160, 7);
     original.setPixel(20, 40, qRgba(0, 0, 0, 0)); // transparency survives the PNG too
-    // Points (10, 20)-(60, 50) are pixels (20, 40) to (120, 100).
-    const QImage cut = original.copy(20, 40, 100, 60);
-    EditorCanvasModel canvas(dense(original));
+    const QImage cut = original.copy(20, 40, 100, 60); // points (10, 20)-(60, 50)
+    original.setDevicePixelRatio(2);
+    EditorCanvasModel canvas(original);
     canvas.setTool(EditTool::crop);
-    const struct {
-        const char *name;
-        std::function<void()> step;
-        const QImage *expected; // nothing to compare when null
-        QSizeF points;
-    } steps[] = {
-        {"crop", [&] { drag(canvas, {{10, 20}, {60, 50}}); }, &cut, {50, 30}},
+    // The expected pixels, none to compare when null.
+    for (const auto &[name, step, expected, points] : {
+        std::tuple<const char *, std::function<void()>, const QImage *, QSizeF>{"crop", [&] { drag(canvas, {10, 20, 60, 50}); }, &cut, {50, 30}},
         {"resize to half", [&] { canvas.resizeImage(0.5); }, nullptr, {25, 15}},
         {"undo the resize", [&] { canvas.undo(); }, &cut, {50, 30}},
         {"undo the crop", [&] { canvas.undo(); }, &original, {100, 80}},
-        {"redo the crop", [&] { canvas.redo(); }, &cut, {50, 30}},
-    };
-    for (const auto &s : steps) {
-        SCOPED_TRACE(s.name);
-        s.step();
-        EXPECT_EQ(canvas.imageSize(), s.points);
-        EXPECT_EQ(canvas.image().size(), (s.points * 2).toSize());
+        {"redo the crop", [&] { canvas.redo(); }, &cut, {50, 30}}}) {
+        SCOPED_TRACE(name);
+        step();
+        EXPECT_EQ(canvas.imageSize(), points);
+        EXPECT_EQ(canvas.image().size(), (points * 2).toSize());
         EXPECT_EQ(canvas.image().devicePixelRatio(), 2.0);
-        if (s.expected) {
-            EXPECT_TRUE(samePixels(canvas.image(), *s.expected));
-        }
+        EXPECT_TRUE(!expected || samePixels(canvas.image(), *expected));
     }
     // The PNG keeps every pixel, not the point size.
     const auto png = canvas.pngData();

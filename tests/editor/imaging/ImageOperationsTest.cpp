@@ -1,59 +1,47 @@
-#include "editor/imaging/ColorFilters.h"
 #include "editor/document/EditorCanvasModel.h"
-#include "editor/imaging/ImageResampler.h"
+#include "editor/imaging/ColorFilters.h"
 
 #include "editor/EditorTestImages.h"
 
-#include <QPainter>
-#include <QSignalSpy>
-
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <string>
-#include <vector>
-
-using namespace EditorTestImages;
-
 namespace {
+
+// The largest difference between the colour channels of two pixels.
+int channelDistance(const QColor &a, const QColor &b)
+{
+    return std::max({std::abs(a.red() - b.red()), std::abs(a.green() - b.green()), std::abs(a.blue() - b.blue())});
+}
 
 // Expected values worked out by hand from each filter's definition.
 TEST(ImageFilters, ChangeKnownPatchesAsDefinedInOneUndoStep)
 {
+    using C = QColor;
     const struct {
         const char *name;
         std::function<void(EditorCanvasModel &)> apply;
         std::vector<std::pair<QColor, QColor>> patches; // in, out
     } cases[] = {
         {"grayscale: Rec. 709 luminance in linear light", [](EditorCanvasModel &c) { c.grayscale(); },
-         {{QColor(255, 0, 0), QColor(127, 127, 127)}, {QColor(0, 255, 0), QColor(220, 220, 220)},
-          {QColor(0, 0, 255), QColor(76, 76, 76)}, {QColor(128, 128, 128), QColor(128, 128, 128)}}},
+         {{C(255, 0, 0), C(127, 127, 127)}, {C(0, 255, 0), C(220, 220, 220)}, {C(0, 0, 255), C(76, 76, 76)}, {C(128, 128, 128), C(128, 128, 128)}}},
         {"brighten: +0.35 EV in linear light, clipped", [](EditorCanvasModel &c) { c.adjustExposure(0.35); },
-         {{QColor(128, 128, 128), QColor(143, 143, 143)}, {QColor(200, 0, 255), QColor(223, 0, 255)},
-          {QColor(250, 250, 250), QColor(255, 255, 255)}}},
+         {{C(128, 128, 128), C(143, 143, 143)}, {C(200, 0, 255), C(223, 0, 255)}, {C(250, 250, 250), C(255, 255, 255)}}},
         {"darken: -0.35 EV in linear light", [](EditorCanvasModel &c) { c.adjustExposure(-0.35); },
-         {{QColor(128, 128, 128), QColor(114, 114, 114)}, {QColor(0, 0, 0), QColor(0, 0, 0)}}},
-        {"sepia at 0.75", [](EditorCanvasModel &c) { c.sepia(); },
-         {{QColor(128, 128, 128), QColor(162, 147, 122)}, {QColor(0, 0, 0), QColor(0, 0, 0)}}},
-        {"invert", [](EditorCanvasModel &c) { c.invertColors(); },
-         {{QColor(10, 100, 250), QColor(245, 155, 5)}, {QColor(0, 0, 0), QColor(255, 255, 255)}}},
-        {"sharpen leaves flat colour alone", [](EditorCanvasModel &c) { c.sharpen(); },
-         {{QColor(90, 140, 30), QColor(90, 140, 30)}}},
+         {{C(128, 128, 128), C(114, 114, 114)}, {C(0, 0, 0), C(0, 0, 0)}}},
+        {"sepia at 0.75", [](EditorCanvasModel &c) { c.sepia(); }, {{C(128, 128, 128), C(162, 147, 122)}, {C(0, 0, 0), C(0, 0, 0)}}},
+        {"invert", [](EditorCanvasModel &c) { c.invertColors(); }, {{C(10, 100, 250), C(245, 155, 5)}, {C(0, 0, 0), C(255, 255, 255)}}},
+        {"sharpen leaves flat colour alone", [](EditorCanvasModel &c) { c.sharpen(); }, {{C(90, 140, 30), C(90, 140, 30)}}},
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.name);
         // One 4 × 4 patch per colour, side by side.
         QImage image(int(c.patches.size()) * 4, 4, QImage::Format_ARGB32_Premultiplied);
-        QPainter painter(&image);
         for (int i = 0; i < int(c.patches.size()); ++i)
-            painter.fillRect(i * 4, 0, 4, 4, c.patches[size_t(i)].first);
-        painter.end();
+            QPainter(&image).fillRect(i * 4, 0, 4, 4, c.patches[size_t(i)].first);
         EditorCanvasModel canvas(image);
         QSignalSpy undoable(&canvas, &EditorCanvasModel::canUndoChanged); // enables the undo button
         c.apply(canvas);
         for (int i = 0; i < int(c.patches.size()); ++i) {
-            const QColor got = canvas.image().pixelColor(i * 4 + 1, 1), want = c.patches[size_t(i)].second;
-            EXPECT_LE(channelDistance(got, want), 1) << "patch " << i << " got " << got.name().toStdString();
+            const QColor got = canvas.image().pixelColor(i * 4 + 1, 1);
+            EXPECT_LE(channelDistance(got, c.patches[size_t(i)].second), 1) << "patch " << i << " got " << got.name().toStdString();
         }
         EXPECT_EQ(canvas.undoCount(), 1);
         EXPECT_EQ(undoable.count(), 1);
@@ -68,9 +56,8 @@ TEST(ImageFilters, KeepAlphaAndWorkOnTheUnpremultipliedColour)
     image.setPixelColor(0, 0, QColor(200, 100, 0, 128));
     image.setPixelColor(1, 0, QColor(0, 0, 0, 0));
     const QImage inverted = ColorFilters::applied(image, ColorFilters::invert());
-    const QColor c = inverted.pixelColor(0, 0);
-    EXPECT_EQ(c.alpha(), 128);
-    EXPECT_LE(channelDistance(c, QColor(55, 155, 255)), 2);
+    EXPECT_EQ(inverted.pixelColor(0, 0).alpha(), 128);
+    EXPECT_LE(channelDistance(inverted.pixelColor(0, 0), QColor(55, 155, 255)), 2);
     EXPECT_EQ(inverted.pixelColor(1, 0).alpha(), 0);
 }
 
@@ -88,69 +75,39 @@ TEST(ImageFilters, SharpenSteepensAnEdgeAndKeepsHue)
     EXPECT_EQ(out.pixelColor(37, 4), QColor(120, 160, 170));
 }
 
-TEST(ImageFilters, RepeatedAndOpposedFiltersAreSeparateSteps)
+TEST(ImageFilters, RepeatedFiltersAreSeparateSteps)
 {
-    const QImage original = noise(30, 20, 6);
-    EditorCanvasModel canvas(original);
+    EditorCanvasModel canvas(noise(30, 20, 6));
     canvas.grayscale();
     const QImage once = canvas.image().copy();
     canvas.grayscale();
     EXPECT_EQ(canvas.undoCount(), 2);
     EXPECT_TRUE(samePixels(canvas.image(), once));
-
-    EditorCanvasModel exposure(solid(4, 4, QColor(250, 250, 250)));
-    exposure.adjustExposure(0.35);
-    exposure.adjustExposure(-0.35);
-    EXPECT_EQ(exposure.undoCount(), 2);
-    EXPECT_LT(exposure.image().pixelColor(0, 0).red(), 250); // clipped at white on the way up
 }
 
 TEST(ImageOperations, ResizeHalvesAndDoublesWithAMinimumOfOnePixel)
 {
-    const struct {
-        QSize size;
-        qreal scale;
-        QSize result;
-    } cases[] = {
-        {{200, 100}, 0.5, {100, 50}}, {{200, 100}, 2.0, {400, 200}}, {{3, 3}, 0.5, {2, 2}},
-        {{1, 7}, 0.5, {1, 4}},         {{20, 10}, 0.0, {20, 10}},
-    };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(testing::Message() << c.size.width() << "x" << c.size.height() << " x" << c.scale);
-        EditorCanvasModel canvas(solid(c.size.width(), c.size.height(), QColor(30, 60, 90)));
+    for (const auto &[size, scale, result] : {std::tuple{QSize(200, 100), 0.5, QSize(100, 50)}, {{200, 100}, 2.0, {400, 200}},
+                                              {{3, 3}, 0.5, {2, 2}}, {{1, 7}, 0.5, {1, 4}}, {{20, 10}, 0.0, {20, 10}}}) {
+        SCOPED_TRACE(testing::Message() << size.width() << "x" << size.height() << " x" << scale);
+        EditorCanvasModel canvas(solid(size.width(), size.height(), QColor(30, 60, 90)));
         canvas.setZoom(0.5);
-        canvas.resizeImage(c.scale);
-        EXPECT_EQ(canvas.image().size(), c.result);
-        EXPECT_EQ(canvas.undoCount(), c.scale > 0 ? 1 : 0);
+        canvas.resizeImage(scale);
+        EXPECT_EQ(canvas.image().size(), result);
+        EXPECT_EQ(canvas.undoCount(), scale > 0 ? 1 : 0);
         EXPECT_EQ(canvas.image().pixelColor(0, 0), QColor(30, 60, 90)); // flat colour survives resampling
-        if (c.scale > 0) {
-            canvas.undo();
-            EXPECT_EQ(canvas.image().size(), c.size);
-            EXPECT_EQ(canvas.frameSize(), QSizeF(std::max(c.size.width() * 0.5, 1.0), std::max(c.size.height() * 0.5, 1.0)));
-        }
+        canvas.undo();
+        EXPECT_EQ(canvas.image().size(), size);
+        EXPECT_EQ(canvas.frameSize(), QSizeF(std::max(size.width() * 0.5, 1.0), std::max(size.height() * 0.5, 1.0)));
     }
-}
-
-TEST(ImageOperations, CommittedOverlayImageIsOneTranslucentStep)
-{
-    const QImage white = solid(60, 40, Qt::white);
-    EditorCanvasModel canvas(white);
-    canvas.commitImage(solid(4, 4, QColor(255, 0, 0)), QRectF(10, 10, 20, 20), 0.5);
-    EXPECT_EQ(canvas.undoCount(), 1);
-    const QColor inside = canvas.image().pixelColor(20, 20);
-    EXPECT_EQ(inside.red(), 255);
-    EXPECT_NEAR(inside.green(), 128, 2);
-    EXPECT_EQ(differingPixels(canvas.image(), white) - differingPixels(canvas.image(), white, QRect(10, 10, 20, 20)), 0);
-    canvas.undo();
-    EXPECT_TRUE(samePixels(canvas.image(), white));
 }
 
 TEST(ImageOperations, WholeImageOperationsCommitOverlaysFirst)
 {
     EditorCanvasModel canvas(solid(20, 20, Qt::white));
-    std::vector<std::string> order;
+    int commits = 0;
     canvas.setOverlayCommitHandler([&] {
-        order.push_back("commit");
+        ++commits;
         canvas.commitPainting(QRectF(0, 0, 10, 10), [](QPainter &p) { p.fillRect(QRectF(0, 0, 10, 10), Qt::black); });
     });
     canvas.invertColors();
@@ -159,7 +116,7 @@ TEST(ImageOperations, WholeImageOperationsCommitOverlaysFirst)
     EXPECT_EQ(canvas.image().pixelColor(15, 15), QColor(Qt::black));
     EXPECT_EQ(canvas.undoCount(), 2);
     canvas.resizeImage(0); // commits, then does nothing else
-    EXPECT_EQ(order.size(), 2u);
+    EXPECT_EQ(commits, 2);
 }
 
 } // namespace

@@ -1,201 +1,125 @@
 #include "editor/window/EditorWindowTestSupport.h"
 
-#include "editor/overlays/CanvasOverlays.h"
-#include "editor/overlays/EditableImageOverlayView.h"
-#include "editor/overlays/EditableTextOverlayView.h"
-#include "editor/canvas/EditorCanvasView.h"
-#include "editor/overlays/OverlayPointerView.h"
-
 #include <QFontInfo>
-#include <QFontMetricsF>
 #include <QPlainTextEdit>
-#include <QTest>
 #include <QToolButton>
-
-#include <gtest/gtest.h>
-
-#include <memory>
-
-using namespace EditorWindowTestSupport;
 
 namespace {
 
-class CanvasOverlaysTest : public ::testing::Test {
+class CanvasOverlaysTest : public CanvasTest {
 protected:
-    void open(const QImage &image, qreal zoom = 1.0)
-    {
-        canvas = std::make_unique<EditorCanvasView>(image);
-        overlays = new CanvasOverlays(*canvas);
-        canvas->model().setZoom(zoom);
-        canvas->show();
-        ASSERT_TRUE(QTest::qWaitForWindowExposed(canvas.get()));
-    }
-
     EditableTextOverlayView *openText(const QRectF &frame, const QString &text)
     {
         overlays->addText(frame);
-        EditableTextOverlayView *box = overlays->textOverlay();
-        box->textView()->setPlainText(text);
-        return box;
+        overlays->textOverlay()->textView()->setPlainText(text);
+        return overlays->textOverlay();
     }
-
+    EditableImageOverlayView *openImage(const QColor &color, const QRectF &frame)
+    {
+        overlays->addImageOverlay(solid(10, 10, color), frame);
+        return overlays->imageOverlay();
+    }
     // A widget position of a point given in the floating image's own coordinates.
-    static QPoint onOverlay(const EditableImageOverlayView *overlay, QPointF point)
+    static QPoint on(const EditableImageOverlayView *overlay, QPointF point)
     {
         return (point + overlay->frame().topLeft() - QPointF(overlay->geometry().topLeft())).toPoint();
     }
-
-    std::unique_ptr<EditorCanvasView> canvas;
-    CanvasOverlays *overlays = nullptr;
+    QColor at(int x, int y) { return canvas->image().pixelColor(x, y); }
 };
-
-TEST_F(CanvasOverlaysTest, PlacingAnotherImageAppliesTheOneFloating)
-{
-    open(solid(800, 600, Qt::white));
-    overlays->addCenteredImageOverlay(solid(4000, 3000, Qt::black));
-    ASSERT_NE(overlays->imageOverlay(), nullptr);
-    EXPECT_EQ(overlays->imageOverlay()->frame(), QRectF(180, 135, 440, 330));
-    EXPECT_FALSE(canvas->model().canUndo());
-    overlays->addCenteredImageOverlay(solid(100, 100, Qt::blue));
-    EXPECT_EQ(canvas->model().undoCount(), 1);
-    EXPECT_EQ(canvas->image().pixelColor(400, 300), QColor(Qt::black));
-    EXPECT_EQ(overlays->imageOverlay()->image().pixelColor(0, 0), QColor(Qt::blue));
-}
 
 TEST_F(CanvasOverlaysTest, HandlesResizeWithTheRatioAndTheBodyMoves)
 {
     open(solid(800, 600, Qt::white));
-    overlays->addImageOverlay(solid(200, 100, Qt::blue), QRectF(100, 200, 200, 100));
-    EditableImageOverlayView *overlay = overlays->imageOverlay();
-
+    EditableImageOverlayView *overlay = openImage(Qt::blue, QRectF(100, 200, 200, 100));
     // Shift on the lower-right corner: the 2:1 ratio and the top edge stay.
-    drag(overlay, onOverlay(overlay, {200, 100}), onOverlay(overlay, {300, 110}), Qt::ShiftModifier);
+    drag(overlay, on(overlay, {200, 100}), on(overlay, {300, 110}), Qt::ShiftModifier);
     EXPECT_EQ(overlay->frame(), QRectF(100, 200, 300, 150));
     EXPECT_EQ(overlay->activeHandle(), ImageResizeHandle::none);
-
     // The body moves it, and the canvas holds it.
-    drag(overlay, onOverlay(overlay, {150, 75}), onOverlay(overlay, {1150, 75}));
+    drag(overlay, on(overlay, {150, 75}), on(overlay, {1150, 75}));
     EXPECT_EQ(overlay->frame(), QRectF(500, 200, 300, 150));
-
     // A press in the shadow beside it is the canvas's: the rectangle tool draws.
-    canvas->model().setTool(EditTool::rectangle);
-    const QPoint outside = onOverlay(overlay, {-15, 75});
-    drag(overlay, outside, outside + QPoint(-100, 100));
+    drag(overlay, on(overlay, {-15, 75}), on(overlay, {-115, 175}));
     EXPECT_EQ(overlay->frame(), QRectF(500, 200, 300, 150));
-    EXPECT_EQ(canvas->model().undoCount(), 1);
+    EXPECT_EQ(model().undoCount(), 1);
 }
 
 TEST_F(CanvasOverlaysTest, KeysNudgeApplyAndRemove)
 {
     open(solid(800, 600, Qt::white));
-    overlays->addImageOverlay(solid(200, 100, Qt::black), QRectF(100, 200, 200, 100));
-    EditableImageOverlayView *overlay = overlays->imageOverlay();
+    EditableImageOverlayView *overlay = openImage(Qt::black, QRectF(100, 200, 200, 100));
     EXPECT_TRUE(overlay->hasFocus());
-
-    const struct {
-        Qt::Key key;
-        Qt::KeyboardModifiers modifiers;
-        QRectF expected;
-    } steps[] = {
-        {Qt::Key_Right, Qt::ShiftModifier, {110, 200, 200, 100}},
+    for (const auto &[key, modifiers, expected] : {
+        std::tuple{Qt::Key_Right, Qt::KeyboardModifiers(Qt::ShiftModifier), QRectF(110, 200, 200, 100)},
         {Qt::Key_Up, Qt::AltModifier, {110, 199, 200, 101}},
         {Qt::Key_Left, Qt::AltModifier | Qt::ShiftModifier, {110, 199, 190, 101}},
         {Qt::Key_Down, Qt::NoModifier, {110, 200, 190, 101}},
-        {Qt::Key_Escape, Qt::NoModifier, {110, 200, 190, 101}},
-    };
-    for (const auto &step : steps) {
-        QTest::keyClick(overlay, step.key, step.modifiers);
-        EXPECT_EQ(overlay->frame(), step.expected) << step.key;
+        {Qt::Key_Escape, Qt::NoModifier, {110, 200, 190, 101}}}) {
+        QTest::keyClick(overlay, key, modifiers);
+        EXPECT_EQ(overlay->frame(), expected) << key;
     }
     EXPECT_EQ(overlays->imageOverlay(), overlay);
-
     QTest::keyClick(overlay, Qt::Key_Return);
     EXPECT_EQ(overlays->imageOverlay(), nullptr);
-    EXPECT_EQ(canvas->model().undoCount(), 1);
-    EXPECT_EQ(canvas->image().pixelColor(200, 250), QColor(Qt::black));
-    EXPECT_EQ(canvas->image().pixelColor(105, 250), QColor(Qt::white));
-
+    EXPECT_EQ(model().undoCount(), 1);
+    EXPECT_EQ(at(200, 250), QColor(Qt::black));
+    EXPECT_EQ(at(105, 250), QColor(Qt::white));
     for (const Qt::Key removal : {Qt::Key_Backspace, Qt::Key_Delete}) {
-        overlays->addImageOverlay(solid(50, 50, Qt::blue), QRectF(500, 400, 50, 50));
-        QTest::keyClick(overlays->imageOverlay(), removal);
+        QTest::keyClick(openImage(Qt::blue, QRectF(500, 400, 50, 50)), removal);
         EXPECT_EQ(overlays->imageOverlay(), nullptr);
-        EXPECT_EQ(canvas->model().undoCount(), 1);
-        EXPECT_EQ(canvas->image().pixelColor(525, 425), QColor(Qt::white));
+        EXPECT_EQ(model().undoCount(), 1);
+        EXPECT_EQ(at(525, 425), QColor(Qt::white));
     }
 }
 
-TEST_F(CanvasOverlaysTest, ADoubleClickAppliesAtTheOpacityAndZoom)
+TEST_F(CanvasOverlaysTest, ADoubleClickAppliesAtTheOpacityAndZoomASlimImageIsDropped)
 {
     open(solid(400, 300, Qt::white), 2.0);
-    overlays->addImageOverlay(solid(10, 10, Qt::black), QRectF(100, 100, 200, 100));
-    // The opacity set while it floats is the one it goes in with.
-    canvas->model().setOpacity(0.5);
-    EditableImageOverlayView *overlay = overlays->imageOverlay();
-    EXPECT_DOUBLE_EQ(overlay->opacity(), 0.5);
-    QTest::mouseDClick(overlay, Qt::LeftButton, {}, onOverlay(overlay, {100, 50}));
-    EXPECT_EQ(overlays->imageOverlay(), nullptr);
-    EXPECT_EQ(canvas->model().undoCount(), 1);
-    // View (100, 100, 200, 100) at zoom 2 is image (50, 50, 100, 50).
-    EXPECT_NEAR(canvas->image().pixelColor(100, 75).red(), 128, 2);
-    EXPECT_EQ(canvas->image().pixelColor(45, 75), QColor(Qt::white));
-    EXPECT_EQ(canvas->image().pixelColor(100, 105), QColor(Qt::white));
-}
-
-TEST_F(CanvasOverlaysTest, ASlimImageIsRemovedWithoutAStep)
-{
-    open(solid(400, 300, Qt::white));
-    overlays->addImageOverlay(solid(10, 10, Qt::black), QRectF(50, 50, 2, 80));
+    openImage(Qt::black, QRectF(50, 50, 2, 80));
     overlays->commitAll();
-    EXPECT_EQ(overlays->imageOverlay(), nullptr);
-    EXPECT_FALSE(canvas->model().canUndo());
+    EXPECT_FALSE(model().canUndo());
     EXPECT_TRUE(samePixels(canvas->image(), solid(400, 300, Qt::white)));
+
+    EditableImageOverlayView *overlay = openImage(Qt::black, QRectF(100, 100, 200, 100));
+    model().setOpacity(0.5); // the opacity set while it floats is the one it goes in with
+    EXPECT_DOUBLE_EQ(overlay->opacity(), 0.5);
+    QTest::mouseDClick(overlay, Qt::LeftButton, {}, on(overlay, {100, 50}));
+    EXPECT_EQ(overlays->imageOverlay(), nullptr);
+    EXPECT_EQ(model().undoCount(), 1);
+    // View (100, 100, 200, 100) at zoom 2 is image (50, 50, 100, 50).
+    EXPECT_NEAR(at(100, 75).red(), 128, 2);
+    EXPECT_EQ(at(45, 75), QColor(Qt::white));
+    EXPECT_EQ(at(100, 105), QColor(Qt::white));
 }
 
 TEST_F(CanvasOverlaysTest, TextLandsAtTheBoxInImagePointsAtTheImagesDensity)
 {
-    const struct {
-        qreal zoom;
-        qreal density;
-        int fontSize;
-        int shownPixelSize;
-        QRectF box;
-        QString text;
-        int blankLinesAbove;
-    } cases[] = {
-        // On screen the 32-point font shows at 64.
-        {2.0, 1.0, 32, 64, {200, 300, 430, 185}, QStringLiteral("HHH"), 0},
-        // A 2x capture: 32 points are 64 pixels in the image.
-        {1.0, 2.0, 32, 32, {200, 300, 430, 185}, QStringLiteral("HHH"), 0},
-        // Shown at no less than 8, but it goes in at its own size.
-        {0.25, 1.0, 16, 8, {10, 10, 190, 140}, QStringLiteral("HH"), 0},
-        // Blank lines around the text are kept.
-        {1.0, 1.0, 32, 32, {20, 20, 400, 200}, QStringLiteral("\n\nHH\n"), 2},
-    };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(testing::Message() << c.zoom << " " << c.density << " " << c.fontSize);
-        QImage image = solid(int(800 * c.density), int(600 * c.density), Qt::white);
-        image.setDevicePixelRatio(c.density);
-        open(image, c.zoom);
-        canvas->model().setTextFontSize(c.fontSize);
-        EditableTextOverlayView *box = openText(c.box, c.text);
-        EXPECT_EQ(QFontInfo(box->textView()->font()).pixelSize(), c.shownPixelSize);
-        QTest::mouseClick(box->applyButton(), Qt::LeftButton);
-
+    // Blank lines above the text are kept; 32 points on screen at zoom 2 show at 64, and 16 at
+    // zoom 0.25 at no less than 8 but go in at 16; in a 2x capture 32 points are 64 pixels.
+    for (const auto &[zoom, density, fontSize, shownPixelSize, box, text, blankLinesAbove] : {
+             std::tuple{2.0, 1.0, 32, 64, QRectF(200, 300, 430, 185), "HHH", 0}, {1.0, 2.0, 32, 32, {200, 300, 430, 185}, "HHH", 0},
+             {0.25, 1.0, 16, 8, {10, 10, 190, 140}, "HH", 0}, {1.0, 1.0, 32, 32, {20, 20, 400, 200}, "\n\nHH\n", 2}}) {
+        SCOPED_TRACE(testing::Message() << zoom << " " << density << " " << fontSize);
+        open(solid(int(800 * density), int(600 * density), Qt::white, density), zoom);
+        model().setTextFontSize(fontSize);
+        EditableTextOverlayView *view = openText(box, text);
+        EXPECT_EQ(QFontInfo(view->textView()->font()).pixelSize(), shownPixelSize);
+        QTest::mouseClick(view->applyButton(), Qt::LeftButton);
         EXPECT_EQ(overlays->textOverlay(), nullptr);
-        EXPECT_EQ(canvas->model().undoCount(), 1);
-        EXPECT_EQ(canvas->image().devicePixelRatio(), c.density);
-        const QRect ink = inkBounds(canvas->image(), isReddish);
+        EXPECT_EQ(model().undoCount(), 1);
+        EXPECT_EQ(canvas->image().devicePixelRatio(), density);
+        const QRect ink = inkBounds(canvas->image(), [](QRgb p) { return qRed(p) > 180 && qGreen(p) < 150 && qBlue(p) < 150; });
         ASSERT_FALSE(ink.isEmpty());
         // The text area is the box + (8, 42) view points, over the zoom; pixels are points × density.
-        const QPointF area = (c.box.topLeft() + QPointF(8, 42)) / c.zoom;
+        const QPointF area = (box.topLeft() + QPointF(8, 42)) / zoom;
         QFont helvetica(QStringLiteral("Helvetica"));
-        helvetica.setPixelSize(c.fontSize);
+        helvetica.setPixelSize(fontSize);
         const QFontMetricsF metrics(helvetica);
-        const qreal top = area.y() + c.blankLinesAbove * metrics.lineSpacing() + metrics.ascent() - metrics.capHeight();
-        EXPECT_GE(ink.left(), area.x() * c.density);
-        EXPECT_LE(ink.left(), (area.x() + 6) * c.density);
-        EXPECT_NEAR(ink.top(), top * c.density, 3 * c.density);
-        EXPECT_NEAR(ink.height(), metrics.capHeight() * c.density, 2 * c.density);
+        const qreal top = area.y() + blankLinesAbove * metrics.lineSpacing() + metrics.ascent() - metrics.capHeight();
+        EXPECT_GE(ink.left(), area.x() * density);
+        EXPECT_LE(ink.left(), (area.x() + 6) * density);
+        EXPECT_NEAR(ink.top(), top * density, 3 * density);
+        EXPECT_NEAR(ink.height(), metrics.capHeight() * density, 2 * density);
     }
 }
 
@@ -203,55 +127,42 @@ TEST_F(CanvasOverlaysTest, BlankOrClosedBoxesLeaveNoTrace)
 {
     const QImage white = solid(600, 400, Qt::white);
     open(white);
-    for (const QString &blank : {QString(), QStringLiteral("   "), QStringLiteral("\n \n\t")}) {
+    for (const char *blank : {"", "   ", "\n \n\t"}) {
         openText(QRectF(20, 20, 300, 150), blank)->apply();
         EXPECT_EQ(overlays->textOverlay(), nullptr);
     }
     EditableTextOverlayView *box = openText(QRectF(20, 20, 300, 150), QStringLiteral("kept out"));
     QTest::mouseClick(box->closeButton(), Qt::LeftButton);
     EXPECT_EQ(overlays->textOverlay(), nullptr);
-    EXPECT_FALSE(canvas->model().canUndo());
+    box->apply(); // a closed box that is no longer the open one is ignored
+    EXPECT_FALSE(model().canUndo());
     EXPECT_TRUE(samePixels(canvas->image(), white));
-
-    // A closed box that is no longer the open one is ignored when applied later.
-    box->apply();
-    EXPECT_FALSE(canvas->model().canUndo());
 }
 
-TEST_F(CanvasOverlaysTest, TheTextToolOpensOneBoxStyledLikeTheCanvas)
+TEST_F(CanvasOverlaysTest, TheTextToolOpensOneBoxStyledLikeTheCanvasThatMovesAndResizes)
 {
     open(solid(800, 600, Qt::white));
-    EditorCanvasModel &model = canvas->model();
-    model.setTool(EditTool::text);
+    model().setTool(EditTool::text);
     QTest::mouseClick(canvas.get(), Qt::LeftButton, {}, QPoint(100, 400));
     EditableTextOverlayView *box = overlays->textOverlay();
     ASSERT_NE(box, nullptr);
-    // The click is the box's lower-left corner.
-    EXPECT_EQ(box->frame(), QRectF(100, 215, 430, 185));
-    EXPECT_EQ(box->textView()->toPlainText(), EditableTextOverlayView::placeholderText);
+    EXPECT_EQ(box->frame(), QRectF(100, 215, 430, 185)); // the click is its lower-left corner
     EXPECT_EQ(box->textView()->textCursor().selectedText(), EditableTextOverlayView::placeholderText);
+    EXPECT_EQ(box->textView()->toPlainText(), EditableTextOverlayView::placeholderText);
     EXPECT_TRUE(box->textView()->hasFocus());
-    EXPECT_FALSE(model.canUndo());
-
+    EXPECT_FALSE(model().canUndo());
     QTest::mouseClick(canvas.get(), Qt::LeftButton, {}, QPoint(600, 500));
     EXPECT_EQ(overlays->textOverlay(), box);
 
-    model.setColor(Qt::blue);
-    model.setTextFontName(QStringLiteral("Georgia"));
-    model.setTextFontSize(48);
-    EXPECT_EQ(box->textColor(), QColor(Qt::blue));
-    EXPECT_EQ(box->fontName(), QStringLiteral("Georgia"));
-    EXPECT_EQ(QFontInfo(box->textView()->font()).pixelSize(), 48);
+    model().setColor(Qt::blue);
+    model().setTextFontName(QStringLiteral("Georgia"));
+    model().setTextFontSize(48);
+    EXPECT_EQ(std::tuple(box->textColor(), box->fontName(), QFontInfo(box->textView()->font()).pixelSize()),
+              std::tuple(QColor(Qt::blue), QStringLiteral("Georgia"), 48));
     EXPECT_EQ(box->textView()->palette().color(QPalette::Text), QColor(Qt::blue));
-}
 
-TEST_F(CanvasOverlaysTest, TheGripAndCornerMoveAndResizeTheBox)
-{
-    open(solid(800, 600, Qt::white));
-    EditableTextOverlayView *box = openText(QRectF(100, 100, 430, 185), QStringLiteral("x"));
     drag(box->dragHandle(), QPoint(20, 17), QPoint(2000, 2000));
     EXPECT_EQ(box->frame(), QRectF(370, 415, 430, 185));
-
     drag(box->resizeHandle(), QPoint(8, 8), QPoint(-500, -500));
     EXPECT_EQ(box->frame(), QRectF(370, 415, 260, 120));
     // The text area follows: the header and margins keep their sizes.

@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
-
 namespace {
 
 using Handle = ImageResizeHandle;
@@ -14,18 +12,10 @@ namespace Text = TextOverlayGeometry;
 const QRectF canvas(0, 0, 800, 600);
 const QRectF start(100, 200, 200, 100); // left 100, top 200, right 300, bottom 300
 
-struct DragCase {
-    std::string name;
-    Handle handle;
-    QPointF delta;
-    bool shift;
-    QRectF expected;
-};
-
 TEST(ImageOverlayGeometry, EachHandleMovesItsOwnEdges)
 {
-    const DragCase cases[] = {
-        {"none stays", Handle::none, {30, 40}, false, start},
+    for (const auto &[name, handle, delta, shift, expected] : {
+        std::tuple{"none stays", Handle::none, QPointF(30, 40), false, start},
         {"move", Handle::move, {30, 40}, false, {130, 240, 200, 100}},
         {"topLeft", Handle::topLeft, {30, 40}, false, {130, 240, 170, 60}},
         {"top", Handle::top, {30, -40}, false, {100, 160, 200, 140}},
@@ -52,9 +42,8 @@ TEST(ImageOverlayGeometry, EachHandleMovesItsOwnEdges)
         {"move past the corner", Handle::move, {900, 900}, false, {600, 500, 200, 100}},
         // Wider than the canvas: as wide as the canvas, moved back inside.
         {"right past the canvas", Handle::right, {900, 0}, false, {0, 200, 800, 100}},
-    };
-    for (const DragCase &c : cases)
-        EXPECT_EQ(Image::dragged(c.handle, start, c.delta, c.shift, canvas), c.expected) << c.name;
+    })
+        EXPECT_EQ(Image::dragged(handle, start, delta, shift, canvas), expected) << name;
 }
 
 TEST(ImageOverlayGeometry, ShiftKeepsTheRatioWhereverItIsDragged)
@@ -63,52 +52,36 @@ TEST(ImageOverlayGeometry, ShiftKeepsTheRatioWhereverItIsDragged)
                               Handle::bottomRight, Handle::bottom, Handle::bottomLeft, Handle::left};
     const QPointF deltas[] = {{37, 11}, {-23, 41}, {5, -60}, {-48, -7}};
     const QRectF middle(250, 200, 160, 120);
-    for (const Handle handle : handles) {
+    for (const Handle handle : handles)
         for (const QPointF &delta : deltas) {
             const QRectF r = Image::dragged(handle, middle, delta, true, canvas);
-            EXPECT_NEAR(r.width() / r.height(), 4.0 / 3.0, 1e-9)
-                << "handle " << int(handle) << " delta " << delta.x() << "," << delta.y();
+            EXPECT_NEAR(r.width() / r.height(), 4.0 / 3.0, 1e-9) << int(handle) << " " << delta.x() << "," << delta.y();
         }
-    }
 }
 
 TEST(ImageOverlayGeometry, HitTestFindsHandlesWithSlackThenTheBody)
 {
     const QSizeF size(200, 100);
-    const struct {
-        QPointF point;
-        Handle expected;
-    } cases[] = {
-        {{0, 0}, Handle::topLeft},      {{-8, -8}, Handle::topLeft}, {{-10, 0}, Handle::none},
+    for (const auto &[point, expected] : {
+        std::pair{QPointF(0, 0), Handle::topLeft},      {{-8, -8}, Handle::topLeft}, {{-10, 0}, Handle::none},
         {{100, 3}, Handle::top},        {{200, 0}, Handle::topRight}, {{205, 50}, Handle::right},
         {{200, 100}, Handle::bottomRight}, {{100, 108}, Handle::bottom}, {{0, 100}, Handle::bottomLeft},
         {{-4, 50}, Handle::left},       {{60, 30}, Handle::move},     {{199, 9}, Handle::topRight},
-        {{199, 30}, Handle::move},      {{250, 50}, Handle::none},
-    };
-    for (const auto &c : cases)
-        EXPECT_EQ(Image::hitTest(c.point, size), c.expected) << c.point.x() << "," << c.point.y();
+        {{199, 30}, Handle::move},      {{250, 50}, Handle::none},   {{200, 30}, Handle::move}})
+        EXPECT_EQ(Image::hitTest(point, size), expected) << point.x() << "," << point.y();
 }
 
 TEST(ImageOverlayGeometry, ArrowKeysMoveOrResizeInsideTheCanvas)
 {
-    const struct {
-        std::string name;
-        QRectF frame;
-        QPointF delta;
-        bool resize;
-        QRectF expected;
-    } cases[] = {
-        {"right by one", start, {1, 0}, false, {101, 200, 200, 100}},
-        {"up moves up", start, {0, -10}, false, {100, 190, 200, 100}},
-        {"left stops at the edge", {3, 5, 50, 50}, {-10, 0}, false, {0, 5, 50, 50}},
-        {"option+up grows upwards", start, {0, -1}, true, {100, 199, 200, 101}},
-        {"option+down shrinks from the top", start, {0, 1}, true, {100, 201, 200, 99}},
-        {"option+shift+left narrows by ten", start, {-10, 0}, true, {100, 200, 190, 100}},
-        {"narrowing stops at 28", {100, 200, 33, 100}, {-10, 0}, true, {100, 200, 28, 100}},
-        {"growing at the edge moves it back in", {700, 200, 100, 100}, {10, 0}, true, {690, 200, 110, 100}},
-    };
-    for (const auto &c : cases)
-        EXPECT_EQ(Image::nudged(c.frame, c.delta, c.resize, canvas), c.expected) << c.name;
+    EXPECT_EQ(Image::nudged(start, {1, 0}, false, canvas), QRectF(101, 200, 200, 100));
+    EXPECT_EQ(Image::nudged(start, {0, -10}, false, canvas), QRectF(100, 190, 200, 100));
+    EXPECT_EQ(Image::nudged({3, 5, 50, 50}, {-10, 0}, false, canvas), QRectF(0, 5, 50, 50)); // stops at the edge
+    // Alt resizes: up grows upwards, down shrinks from the top, shift+left narrows by ten.
+    EXPECT_EQ(Image::nudged(start, {0, -1}, true, canvas), QRectF(100, 199, 200, 101));
+    EXPECT_EQ(Image::nudged(start, {0, 1}, true, canvas), QRectF(100, 201, 200, 99));
+    EXPECT_EQ(Image::nudged(start, {-10, 0}, true, canvas), QRectF(100, 200, 190, 100));
+    EXPECT_EQ(Image::nudged({100, 200, 33, 100}, {-10, 0}, true, canvas), QRectF(100, 200, 28, 100)); // 28 at least
+    EXPECT_EQ(Image::nudged({700, 200, 100, 100}, {10, 0}, true, canvas), QRectF(690, 200, 110, 100)); // back inside
 }
 
 TEST(ImageOverlayGeometry, ClampingShrinksOnlyWhatDoesNotFit)
@@ -118,10 +91,11 @@ TEST(ImageOverlayGeometry, ClampingShrinksOnlyWhatDoesNotFit)
     EXPECT_EQ(Image::clamped({10, 10, 20, 20}, canvas), QRectF(10, 10, 20, 20));
 }
 
+const QRectF box(100, 100, 430, 185);
+const QSizeF parent(800, 600);
+
 TEST(TextOverlayGeometry, TheGripMovesTheBoxInsideTheCanvas)
 {
-    const QRectF box(100, 100, 430, 185);
-    const QSizeF parent(800, 600);
     EXPECT_EQ(Text::moved(box, {50, -30}, parent), QRectF(150, 70, 430, 185));
     EXPECT_EQ(Text::moved(box, {-500, -500}, parent), QRectF(0, 0, 430, 185));
     EXPECT_EQ(Text::moved(box, {900, 900}, parent), QRectF(370, 415, 430, 185));
@@ -131,33 +105,20 @@ TEST(TextOverlayGeometry, TheGripMovesTheBoxInsideTheCanvas)
 
 TEST(TextOverlayGeometry, TheCornerResizesWithMinimumsAndTheCanvasEdges)
 {
-    const QRectF box(100, 100, 430, 185);
-    const QSizeF parent(800, 600);
-    const struct {
-        std::string name;
-        QRectF frame;
-        QPointF delta;
-        QSizeF parent;
-        QRectF expected;
-    } cases[] = {
-        {"grows", box, {40, 60}, parent, {100, 100, 470, 245}},
-        {"at least 260 by 120", box, {-400, -400}, parent, {100, 100, 260, 120}},
-        {"not past the right edge", box, {900, 0}, parent, {100, 100, 700, 185}},
-        {"not past the bottom edge", box, {0, 900}, parent, {100, 100, 430, 500}},
-        {"narrow canvas caps the width", {0, 0, 200, 150}, {100, 0}, {200, 400}, {0, 0, 200, 150}},
-        {"minimum height wins over the edge", {0, 500, 300, 100}, {0, 0}, parent, {0, 500, 300, 120}},
-    };
-    for (const auto &c : cases)
-        EXPECT_EQ(Text::resized(c.frame, c.delta, c.parent), c.expected) << c.name;
+    EXPECT_EQ(Text::resized(box, {40, 60}, parent), QRectF(100, 100, 470, 245));
+    EXPECT_EQ(Text::resized(box, {-400, -400}, parent), QRectF(100, 100, 260, 120)); // 260 by 120 at least
+    EXPECT_EQ(Text::resized(box, {900, 0}, parent), QRectF(100, 100, 700, 185));     // not past the edges
+    EXPECT_EQ(Text::resized(box, {0, 900}, parent), QRectF(100, 100, 430, 500));
+    EXPECT_EQ(Text::resized({0, 0, 200, 150}, {100, 0}, {200, 400}), QRectF(0, 0, 200, 150)); // a narrow canvas caps it
+    EXPECT_EQ(Text::resized({0, 500, 300, 100}, {0, 0}, parent), QRectF(0, 500, 300, 120)); // the minimum wins
 }
 
 TEST(TextOverlayGeometry, TheTextLandsAtTheTextAreaDividedByTheZoom)
 {
-    const QRectF box(200, 300, 430, 185);
     // Below the 34-point header and inside the 8-point margins.
     EXPECT_EQ(Text::textAreaRect(box.size()), QRectF(8, 42, 414, 135));
-    EXPECT_EQ(Text::textImageRect(box, 1.0), QRectF(208, 342, 414, 135));
-    EXPECT_EQ(Text::textImageRect(box, 2.0), QRectF(104, 171, 207, 67.5));
+    EXPECT_EQ(Text::textImageRect(box.translated(100, 200), 1.0), QRectF(208, 342, 414, 135));
+    EXPECT_EQ(Text::textImageRect(box.translated(100, 200), 2.0), QRectF(104, 171, 207, 67.5));
     // The header's buttons keep their distance from the right edge.
     EXPECT_EQ(Text::closeButtonRect({300, 150}), QRectF(228, 4, 30, 26));
     EXPECT_EQ(Text::resizeHandleRect({300, 150}), QRectF(284, 134, 16, 16));

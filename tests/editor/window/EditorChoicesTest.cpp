@@ -1,101 +1,66 @@
+#include "editor/imaging/PastedImage.h"
+#include "editor/overlays/TextOverlayRendering.h"
 #include "editor/window/EditorChoices.h"
 #include "editor/window/EditorKeyEquivalents.h"
 #include "editor/window/EditorWindowGeometry.h"
-#include "editor/imaging/PastedImage.h"
-#include "editor/overlays/TextOverlayRendering.h"
 
 #include "editor/EditorTestImages.h"
 
-#include <QFile>
-#include <QFontDatabase>
 #include <QFontInfo>
-#include <QImage>
+#include <QImageWriter>
 #include <QMimeData>
 #include <QTemporaryDir>
 #include <QUrl>
 
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <optional>
-#include <string>
-
 namespace {
 
-using Titles = std::optional<QString>;
+namespace C = EditorChoices;
 
 TEST(EditorChoices, PickerTitlesFallBackToTheirDefaults)
 {
-    const struct {
-        std::string name;
-        Titles title;
-        qreal width, opacity, zoom, size;
-    } cases[] = {
-        // A percentage title loses its last character, whatever it is.
-        {"a number", QStringLiteral("10"), 10, 0.01, 0.01, 10},
-        {"a percentage", QStringLiteral("85%"), 4, 0.85, 0.85, 32},
-        {"nothing selected", std::nullopt, 4, 1.0, 1.0, 32},
-        {"not a number", QStringLiteral("wide"), 4, 1.0, 1.0, 32},
-    };
-    for (const auto &c : cases) {
-        EXPECT_DOUBLE_EQ(EditorChoices::lineWidth(c.title), c.width) << c.name;
-        EXPECT_DOUBLE_EQ(EditorChoices::opacity(c.title), c.opacity) << c.name;
-        EXPECT_DOUBLE_EQ(EditorChoices::zoom(c.title), c.zoom) << c.name;
-        EXPECT_DOUBLE_EQ(EditorChoices::textFontSize(c.title), c.size) << c.name;
+    // A percentage title loses its last character, whatever it is.
+    for (const auto &[title, width, opacity, zoom, size] : {std::tuple{std::optional<QString>("10"), 10., 0.01, 0.01, 10.},
+                                                              {"85%", 4, 0.85, 0.85, 32}, {std::nullopt, 4, 1, 1, 32}, {"wide", 4, 1, 1, 32}}) {
+        SCOPED_TRACE(title.value_or("none").toStdString());
+        EXPECT_DOUBLE_EQ(C::lineWidth(title), width);
+        EXPECT_DOUBLE_EQ(C::opacity(title), opacity);
+        EXPECT_DOUBLE_EQ(C::zoom(title), zoom);
+        EXPECT_DOUBLE_EQ(C::textFontSize(title), size);
     }
-    EXPECT_EQ(EditorChoices::textFontName(std::nullopt), QStringLiteral("Helvetica"));
-    EXPECT_EQ(EditorChoices::textFontName(QStringLiteral("Menlo")), QStringLiteral("Menlo"));
+    EXPECT_EQ(C::textFontName(std::nullopt), QStringLiteral("Helvetica"));
+    EXPECT_EQ(C::textFontName(QStringLiteral("Menlo")), QStringLiteral("Menlo"));
 }
 
-TEST(EditorChoices, ZoomTitlesRoundToWholePercentages)
+TEST(EditorChoices, ZoomTitlesRoundToWholePercentagesAndQuickStylesComeInThreeWidths)
 {
-    const struct {
-        qreal zoom;
-        const char *title;
-    } cases[] = {{1.3749, "137%"}, {0.625, "63%"}, {0.08, "8%"}};
-    for (const auto &c : cases)
-        EXPECT_EQ(EditorChoices::zoomTitle(c.zoom), QString::fromLatin1(c.title)) << c.zoom;
+    EXPECT_EQ(QStringList({C::zoomTitle(1.3749), C::zoomTitle(0.625), C::zoomTitle(0.08)}), QStringList({"137%", "63%", "8%"}));
     // Every listed zoom (25 % to 200 %) reads back as itself.
-    for (const QString &title : EditorChoices::zoomTitles())
-        EXPECT_EQ(EditorChoices::zoomTitle(EditorChoices::zoom(title)), title);
-}
-
-TEST(EditorChoices, QuickStylesComeInThreeWidths)
-{
-    const auto &styles = EditorChoices::quickStyles();
-    for (int tag = 0; tag < EditorChoices::quickStyleCount; ++tag)
-        EXPECT_EQ(styles[size_t(tag)].lineWidth, tag < 4 ? 4 : tag < 8 ? 8 : 12) << tag;
-    EXPECT_EQ(EditorChoices::quickStyleToolTip(styles[4]), QStringLiteral("Màu nhanh, nét 8 pt"));
+    for (const QString &title : C::zoomTitles())
+        EXPECT_EQ(C::zoomTitle(C::zoom(title)), title);
+    for (int tag = 0; tag < C::quickStyleCount; ++tag)
+        EXPECT_EQ(C::quickStyles()[size_t(tag)].lineWidth, tag < 4 ? 4 : tag < 8 ? 8 : 12) << tag;
+    EXPECT_EQ(C::quickStyleToolTip(C::quickStyles()[4]), QStringLiteral("Màu nhanh, nét 8 pt"));
 }
 
 TEST(EditorWindowGeometry, TheWindowTakesMostOfTheScreenUpToACap)
 {
-    const struct {
-        QSizeF area, content, minimum;
-    } cases[] = {
-        {{1440, 900}, {1100, 738}, {760, 520}},
-        {{1024, 640}, {880.64, 524.8}, {760, 520}},
-        {{1920, 1080}, {1100, 740}, {760, 520}},
-        {{700, 480}, {602, 393.6}, {700, 480}},
-    };
-    for (const auto &c : cases) {
-        const QSizeF content = EditorWindowGeometry::contentSize(c.area);
-        EXPECT_NEAR(content.width(), c.content.width(), 1e-9) << c.area.width();
-        EXPECT_NEAR(content.height(), c.content.height(), 1e-9) << c.area.width();
-        EXPECT_EQ(EditorWindowGeometry::minimumSize(c.area), c.minimum) << c.area.width();
-        EXPECT_EQ(EditorWindowGeometry::maximumSize(c.area), c.area);
+    for (const auto &[area, content, minimum] : {std::tuple{QSizeF(1440, 900), QSizeF(1100, 738), QSizeF(760, 520)},
+                                                  {{1024, 640}, {880.64, 524.8}, {760, 520}},
+                                                  {{1920, 1080}, {1100, 740}, {760, 520}},
+                                                  {{700, 480}, {602, 393.6}, {700, 480}}}) {
+        SCOPED_TRACE(area.width());
+        EXPECT_NEAR(EditorWindowGeometry::contentSize(area).width(), content.width(), 1e-9);
+        EXPECT_NEAR(EditorWindowGeometry::contentSize(area).height(), content.height(), 1e-9);
+        EXPECT_EQ(EditorWindowGeometry::minimumSize(area), minimum);
+        EXPECT_EQ(EditorWindowGeometry::maximumSize(area), area);
     }
 }
 
 TEST(EditorKeyEquivalents, OnlyControlOrSuperAloneWithCOrV)
 {
     using A = EditorKeyEquivalents::Action;
-    const struct {
-        Qt::KeyboardModifiers modifiers;
-        int key;
-        A expected;
-    } cases[] = {
-        {Qt::ControlModifier, Qt::Key_C, A::copy},
+    for (const auto &[modifiers, key, expected] : {
+        std::tuple{Qt::KeyboardModifiers(Qt::ControlModifier), Qt::Key_C, A::copy},
         {Qt::ControlModifier, Qt::Key_V, A::paste},
         {Qt::MetaModifier, Qt::Key_C, A::copy},
         {Qt::ControlModifier | Qt::KeypadModifier, Qt::Key_V, A::paste},
@@ -103,23 +68,18 @@ TEST(EditorKeyEquivalents, OnlyControlOrSuperAloneWithCOrV)
         {Qt::ControlModifier | Qt::MetaModifier, Qt::Key_C, A::none},
         {Qt::ControlModifier | Qt::AltModifier, Qt::Key_V, A::none},
         {Qt::NoModifier, Qt::Key_C, A::none},
-        {Qt::ControlModifier, Qt::Key_X, A::none},
-    };
-    for (const auto &c : cases)
-        EXPECT_EQ(EditorKeyEquivalents::classify(c.modifiers, c.key), c.expected)
-            << int(c.modifiers) << " " << c.key;
+        {Qt::ControlModifier, Qt::Key_X, A::none}})
+        EXPECT_EQ(EditorKeyEquivalents::classify(modifiers, key), expected) << int(modifiers) << " " << key;
 }
 
 TEST(TextOverlayRendering, UnknownFamiliesFallBackToTheSystemFont)
 {
     const QImage device(10, 10, QImage::Format_ARGB32);
-    const QFont system = TextOverlayRendering::font(QString(), 20, device);
-    const QFont unknown = TextOverlayRendering::font(QStringLiteral("No Such Family 8c1f"), 20, device);
-    EXPECT_EQ(QFontInfo(unknown).family(), QFontInfo(system).family());
-    EXPECT_EQ(QFontInfo(unknown).pixelSize(), 20);
+    const QFontInfo unknown(TextOverlayRendering::font(QStringLiteral("No Such Family 8c1f"), 20, device));
+    EXPECT_EQ(unknown.family(), QFontInfo(TextOverlayRendering::font(QString(), 20, device)).family());
+    EXPECT_EQ(unknown.pixelSize(), 20);
     // Menlo has no face of that name here; it still comes out monospaced.
     EXPECT_TRUE(QFontInfo(TextOverlayRendering::font(QStringLiteral("Menlo"), 20, device)).fixedPitch());
-
     EXPECT_TRUE(TextOverlayRendering::isBlank(QStringLiteral(" \n\t\n ")));
     EXPECT_FALSE(TextOverlayRendering::isBlank(QStringLiteral("\n\n x")));
 }
@@ -127,29 +87,29 @@ TEST(TextOverlayRendering, UnknownFamiliesFallBackToTheSystemFont)
 TEST(PastedImage, FindsTheFirstImageAClipboardEntryCarries)
 {
     QTemporaryDir dir;
-    const QString file = dir.filePath(QStringLiteral("photo.png"));
-    const QImage red = EditorTestImages::solid(4, 3, Qt::red);
-    ASSERT_TRUE(red.save(file));
-    QFile saved(file);
-    ASSERT_TRUE(saved.open(QIODevice::ReadOnly));
-    const QByteArray png = saved.readAll();
-    const struct {
-        const char *name;
-        std::function<void(QMimeData &)> fill;
-        bool found;
-    } cases[] = {
-        {"image", [&](QMimeData &d) { d.setImageData(red); }, true},
-        {"png", [&](QMimeData &d) { d.setData(QStringLiteral("image/png"), png); }, true},
-        {"file", [&](QMimeData &d) { d.setUrls({QUrl::fromLocalFile(file)}); }, true},
-        {"text", [](QMimeData &d) { d.setText(QStringLiteral("not a picture")); }, false},
-        {"broken png", [](QMimeData &d) { d.setData(QStringLiteral("image/png"), "\x89PNG broken"); }, false},
-    };
-    for (const auto &c : cases) {
+    const QString png = dir.filePath("photo.png"), turned = dir.filePath("turned.tif");
+    const QImage red = solid(4, 3, Qt::red);
+    ASSERT_TRUE(red.save(png));
+    QImageWriter writer(turned, "tiff"); // a camera's picture, stored on its side
+    writer.setTransformation(QImageIOHandler::TransformationRotate90);
+    ASSERT_TRUE(writer.write(red));
+    QFile file(png);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const QByteArray bytes = file.readAll();
+    // The size of the image found; empty when none is.
+    for (const auto &[name, fill, size] : {
+        std::tuple<const char *, std::function<void(QMimeData &)>, QSize>{"image", [&](QMimeData &d) { d.setImageData(red); }, {4, 3}},
+        {"png", [&](QMimeData &d) { d.setData(QStringLiteral("image/png"), bytes); }, {4, 3}},
+        {"file", [&](QMimeData &d) { d.setUrls({QUrl::fromLocalFile(png)}); }, {4, 3}},
+        {"turned file", [&](QMimeData &d) { d.setUrls({QUrl::fromLocalFile(turned)}); }, {3, 4}},
+        {"text", [](QMimeData &d) { d.setText(QStringLiteral("not a picture")); }, {}},
+        {"broken png", [](QMimeData &d) { d.setData(QStringLiteral("image/png"), "\x89PNG broken"); }, {}}}) {
         QMimeData data;
-        c.fill(data);
+        fill(data);
         const QImage found = PastedImage::fromMimeData(data);
-        EXPECT_EQ(found.size(), c.found ? QSize(4, 3) : QSize(0, 0)) << c.name;
-        EXPECT_EQ(found.isNull() ? QColor() : found.pixelColor(2, 1), c.found ? QColor(Qt::red) : QColor()) << c.name;
+        EXPECT_EQ(found.size(), size.isEmpty() ? QSize(0, 0) : size) << name;
+        const QColor middle = found.isNull() ? QColor() : found.pixelColor(1, 1);
+        EXPECT_EQ(middle.red() > 240 && middle.green() < 16, !size.isEmpty()) << name;
     }
 }
 
