@@ -17,6 +17,7 @@ public:
     {
         std::function<void()> previous = m_current ? std::move(m_superseded) : nullptr;
         m_superseded = std::move(superseded);
+        m_current.reset();   // the old selector's teardown must not undo the new one's setup
         m_current = std::make_unique<RegionSelectorController>(prompt, screen, frozenImage,
                                                                std::move(completion), m_screens);
         if (previous)
