@@ -1,9 +1,11 @@
 #include "capture/recording/RecordingHUDController.h"
 
+#include <QFontDatabase>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
 #include <QScreen>
+#include <QVBoxLayout>
 #include <QWidget>
 
 QString RecordingHUDController::elapsedText(qint64 seconds)
@@ -17,24 +19,41 @@ RecordingHUDController::RecordingHUDController(QScreen *screen, std::function<vo
     m_started.start();
     QWidget *w = m_window.get();
     w->setWindowTitle(title);
-    // A title bar without close, minimise or zoom buttons, above ordinary windows.
-    w->setWindowFlags(Qt::Tool | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowStaysOnTopHint);
+    // Drawn by us, not the window manager, which would add buttons that must not be there.
+    // It never takes the focus from what is being recorded; clicks still reach the button.
+    w->setWindowFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint
+                      | Qt::WindowDoesNotAcceptFocus);
+    w->setObjectName(QStringLiteral("recordingHud"));
+    w->setAttribute(Qt::WA_StyledBackground);
+    w->setStyleSheet(QStringLiteral("#recordingHud { background: rgb(246, 246, 248); border: 1px solid rgb(168, 168, 174); }"));
     w->setFixedSize(220, 58);
 
     auto *layout = new QHBoxLayout(w);
-    layout->setSpacing(12);
-    layout->setContentsMargins(14, 10, 14, 10);
+    layout->setSpacing(10);
+    layout->setContentsMargins(14, 8, 12, 8);
     auto *dot = new QLabel(QStringLiteral("●"), w);
     QFont dotFont = dot->font();
     dotFont.setPixelSize(18);
     dot->setFont(dotFont);
     dot->setStyleSheet(QStringLiteral("color: rgb(255, 59, 48);"));
+    auto *heading = new QLabel(title, w);
+    QFont headingFont = heading->font();
+    headingFont.setPixelSize(11);
+    headingFont.setBold(true);
+    heading->setFont(headingFont);
     m_timeLabel = new QLabel(elapsedText(0), w);
     m_timeLabel->setObjectName(QStringLiteral("timeLabel"));
+    QFont timeFont = QFontDatabase::systemFont(QFontDatabase::FixedFont);
+    timeFont.setPixelSize(15);
+    m_timeLabel->setFont(timeFont);
+    auto *texts = new QVBoxLayout;
+    texts->setSpacing(0);
+    texts->addWidget(heading);
+    texts->addWidget(m_timeLabel);
     m_stopButton = new QPushButton(stopTitle, w);
     m_stopButton->setObjectName(QStringLiteral("stopButton"));
     layout->addWidget(dot);
-    layout->addWidget(m_timeLabel, 1);
+    layout->addLayout(texts, 1);
     layout->addWidget(m_stopButton);
     connect(m_stopButton, &QPushButton::clicked, this, [this] {
         // The callback is taken out on the first click; later clicks find nothing.
