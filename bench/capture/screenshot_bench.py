@@ -26,7 +26,6 @@ HERE = os.path.dirname(os.path.abspath(__file__))
 sys.path.insert(0, os.path.join(HERE, "..", "..", "tests", "system"))
 
 import harness                                   # noqa: E402
-from test_screenshot import paint_root           # noqa: E402
 from vistrel_app import KEY_SUPER_L, VistrelApp, chord   # noqa: E402
 
 COMMAND_4 = chord(KEY_SUPER_L, 13)
@@ -34,7 +33,7 @@ FLAMESHOT = "/usr/bin/flameshot"
 
 
 def desktop_content(path, width, height):
-    """Windows with title bars and text, and a noisy photo, rendered by ImageMagick."""
+    """Windows with title bars and text, and a noisy photo, rendered by ImageMagick to `path`."""
     s = width / 1920.0
     draw = []
     windows = [(80, 90, 900, 620), (700, 300, 1750, 980), (1100, 60, 1860, 520)]
@@ -52,9 +51,14 @@ def desktop_content(path, width, height):
                    ["(", "-size", photo, "plasma:fractal", "-seed", "3", ")",
                     "-geometry", "+%d+%d" % (int(120 * s), int(700 * s)), "-composite",
                     "-depth", "8", path], check=True)
-    raw = subprocess.run(["convert", path, "-depth", "8", "bgra:-"], check=True,
-                         capture_output=True).stdout
-    return raw
+
+
+def paint_root(session, path):
+    """Makes the image at `path` the root window's background, as the tests set their pattern."""
+    # display exits 1 even when it succeeds; it says why when it does not.
+    error = session.x.run(["display", "-window", "root", path], check=False, timeout=60).stderr
+    if error:
+        raise RuntimeError("display could not paint the root window: %s" % error.decode())
 
 
 def percentile(values, fraction):
@@ -81,9 +85,8 @@ def measure(build_dir, screen, runs, with_flameshot, with_save):
     results = {}
     try:
         width, height = screen
-        bgra = desktop_content(session.scratch("content.png"), width, height)
-        paint_root(session.env["DISPLAY"], width, height,
-                   (bgra[y * width * 4:(y + 1) * width * 4] for y in range(height)))
+        desktop_content(session.scratch("content.png"), width, height)
+        paint_root(session, session.scratch("content.png"))
         size = "--min-size", "%dx%d" % (width, height), "--painted", "%d,%d" % (width // 3, height // 2)
 
         app = VistrelApp(session)
@@ -172,7 +175,8 @@ def measure(build_dir, screen, runs, with_flameshot, with_save):
 
 def main():
     parser = argparse.ArgumentParser()
-    parser.add_argument("--build-dir", default=harness.default_options().build_dir)
+    parser.add_argument("--build-dir", default=os.environ.get("VISTREL_BUILD_DIR",
+                                                              os.path.join(HERE, "..", "..", "build")))
     parser.add_argument("--runs", type=int, default=20)
     options = parser.parse_args()
     with_flameshot = os.access(FLAMESHOT, os.X_OK)

@@ -11,8 +11,7 @@ import argparse
 import os
 import sys
 import time
-
-from PIL import Image
+from unittest import mock
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "tests", "system"))
 
@@ -21,35 +20,58 @@ import scrolling_pages as pages  # noqa: E402
 
 PAGES = ("content", "sticky", "footer", "identical")
 LEFT, TOP, WIDTH, HEIGHT = 20, 40, 800, 500
+MARKER_DIV = "<div id='marker'></div>"
+STICKY_HEADER = ('<div style="position:sticky;top:0;height:56px;background:#1d3557;color:white;'
+                 'font:20px/56px sans-serif;padding-left:16px">Sticky header</div>')
+SAME_ROW = ('<div style="height:40px;border-bottom:2px solid #888;box-sizing:border-box;'
+            'font:16px/38px sans-serif">Same row</div>')
+_content_page = pages.page_html
+
+
+def page_html(kind, blocks, seed=1):
+    """The content and footer pages as the tests build them, plus two kinds only measured
+    here: a sticky header over the content, and a third of the content followed by 60
+    identical rows."""
+    if kind == "sticky":
+        html, height = _content_page(kind, blocks, seed)
+        return html.replace(MARKER_DIV, MARKER_DIV + STICKY_HEADER), height + 56
+    if kind == "identical":
+        html, height = _content_page(kind, blocks // 3, seed)
+        return html.replace("</body>", SAME_ROW * 60 + "</body>"), height + 60 * 40
+    return _content_page(kind, blocks, seed)
+
+
+def wait_for_capture(session, app, timeout):
+    """The saved PNG, decoded, and the last frame count its progress panel showed."""
+    frames = [None]
+
+    def saved():
+        for wid in pages.hud(session, app):
+            count = pages.panel_frames(session, wid)
+            if count is not None:
+                frames[0] = count
+        return pages.captures(session)
+    harness.wait_until(saved, timeout, "a ScrollingCapture PNG")
+    return pages.wait_for_capture(session, 1, timeout)[1], frames[0]
 
 
 def measure(build_dir, kind):
     session = harness.Session(build_dir).start()
     try:
-        app, path, (vx, vy), browser = pages.start(session, kind)
-        html, page_height = pages.page_html(kind)
-        if page_height is None:
-            page_height = _rendered_height(path, session)
-        truth = pages.ground_truth(path, session.scratch("truth.png"), page_height)
+        with mock.patch.object(pages, "page_html", page_html):
+            page = pages.start(session, kind)
+        truth = pages.ground_truth(session, page)
         started = time.monotonic()
-        pages.select(session, app, vx + LEFT, vy + TOP, vx + LEFT + WIDTH, vy + TOP + HEIGHT)
-        name, frames = pages.wait_for_capture(session, app, 300)
+        pages.select(session, page, LEFT, TOP, LEFT + WIDTH, TOP + HEIGHT)
+        result, frames = wait_for_capture(session, page.app, 300)
         seconds = time.monotonic() - started
-        result = Image.open(os.path.join(session.desktop_dir, name)).convert("RGB")
-        expected = page_height - TOP - (browser.height - (TOP + HEIGHT))
+        expected = page.height - TOP - (page.browser.height - (TOP + HEIGHT))
         rows = min(result.height, expected)
         good = pages.correct_rows(result.crop((0, 0, WIDTH, rows)),
                                   truth.crop((LEFT, TOP, LEFT + WIDTH, TOP + rows)))
         return frames, result.height - expected, 100.0 * good / expected, seconds
     finally:
         session.close()
-
-
-def _rendered_height(path, session):
-    """Pages without a fixed height: render tall once and find the last non-white row."""
-    probe = pages.ground_truth(path, session.scratch("probe.png"), 12000)
-    bbox = Image.eval(probe.convert("L"), lambda v: 255 - v).getbbox()
-    return bbox[3] if bbox else probe.height
 
 
 def main():
