@@ -15,7 +15,6 @@ Keep --seconds short on a shared machine.
 import argparse
 import json
 import os
-import re
 import shutil
 import statistics
 import subprocess
