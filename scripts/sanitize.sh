@@ -4,8 +4,9 @@
 # the test fails.
 #
 #   ./scripts/sanitize.sh          the keyboard, keymap (with its X11 tests), storage and
-#                                  platform suites and the fuzz corpora: what CI runs
-#   ./scripts/sanitize.sh --all    every suite but the system tests (unit, widget, X11)
+#                                  platform suites and the fuzz corpora: a quick pass
+#   ./scripts/sanitize.sh --all    every suite but the system tests (unit, widget, X11,
+#                                  fuzz corpora): what CI runs
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 build=${VISTREL_SANITIZE_BUILD_DIR:-$root/build-asan}
