@@ -110,7 +110,8 @@ bool FfmpegMediaWriter::openVideo()
     m_videoStream->time_base = c->time_base;
     m_videoStream->avg_frame_rate = c->framerate;
 
-    // A 4K frame is too much for one core to convert in a frame's time; swscale slices it.
+    // A 4K frame is too much for one core to convert in a frame's time, so swscale slices it;
+    // up to 1080p one core keeps up and the slicing threads only cost wake-ups.
     m_scaler = sws_alloc_context();
     if (m_scaler) {
         av_opt_set_int(m_scaler, "srcw", m_settings.sourceSize.width(), 0);
@@ -120,7 +121,8 @@ bool FfmpegMediaWriter::openVideo()
         av_opt_set_int(m_scaler, "dsth", c->height, 0);
         av_opt_set_int(m_scaler, "dst_format", c->pix_fmt, 0);
         av_opt_set_int(m_scaler, "sws_flags", m_settings.sourceSize == m_settings.outputSize ? SWS_POINT : SWS_BILINEAR, 0);
-        av_opt_set_int(m_scaler, "threads", 0, 0);
+        const qint64 sourcePixels = qint64(m_settings.sourceSize.width()) * m_settings.sourceSize.height();
+        av_opt_set_int(m_scaler, "threads", sourcePixels > 1920 * 1080 ? 0 : 1, 0);
         if (sws_init_context(m_scaler, nullptr, nullptr) < 0) {
             sws_freeContext(m_scaler);
             m_scaler = nullptr;
