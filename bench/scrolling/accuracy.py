@@ -11,7 +11,6 @@ import argparse
 import os
 import sys
 import time
-from unittest import mock
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "tests", "system"))
 
@@ -25,7 +24,6 @@ STICKY_HEADER = ('<div style="position:sticky;top:0;height:56px;background:#1d35
                  'font:20px/56px sans-serif;padding-left:16px">Sticky header</div>')
 SAME_ROW = ('<div style="height:40px;border-bottom:2px solid #888;box-sizing:border-box;'
             'font:16px/38px sans-serif">Same row</div>')
-_content_page = pages.page_html
 
 
 def page_html(kind, blocks, seed=1):
@@ -33,12 +31,12 @@ def page_html(kind, blocks, seed=1):
     here: a sticky header over the content, and a third of the content followed by 60
     identical rows."""
     if kind == "sticky":
-        html, height = _content_page(kind, blocks, seed)
+        html, height = pages.page_html(kind, blocks, seed)
         return html.replace(MARKER_DIV, MARKER_DIV + STICKY_HEADER), height + 56
     if kind == "identical":
-        html, height = _content_page(kind, blocks // 3, seed)
+        html, height = pages.page_html(kind, blocks // 3, seed)
         return html.replace("</body>", SAME_ROW * 60 + "</body>"), height + 60 * 40
-    return _content_page(kind, blocks, seed)
+    return pages.page_html(kind, blocks, seed)
 
 
 def wait_for_capture(session, app, timeout):
@@ -58,8 +56,7 @@ def wait_for_capture(session, app, timeout):
 def measure(build_dir, kind):
     session = harness.Session(build_dir).start()
     try:
-        with mock.patch.object(pages, "page_html", page_html):
-            page = pages.start(session, kind)
+        page = pages.start(session, kind, page=page_html(kind, 24))
         truth = pages.ground_truth(session, page)
         started = time.monotonic()
         pages.select(session, page, LEFT, TOP, LEFT + WIDTH, TOP + HEIGHT)

@@ -78,13 +78,13 @@ def chromium(session, profile, *args):
             "--force-device-scale-factor=%g" % session.scale] + list(args)
 
 
-def start(session, kind="content", window=(1000, 800), blocks=24):
-    """The app ready (hot keys registered), then Chromium in front on a page. Returns the
-    app, the page's file and height, the root position of its top-left (vx, vy) and
-    Chromium's client geometry."""
+def start(session, kind="content", window=(1000, 800), blocks=24, page=None):
+    """The app ready (hot keys registered), then Chromium in front on a page: `page` as
+    (html, height), or the one built for `kind`. Returns the app, the page's file and
+    height, the root position of its top-left (vx, vy) and Chromium's client geometry."""
     app = VistrelApp(session)
     app.ready_with_main_only()
-    html, height = page_html(kind, blocks)
+    html, height = page or page_html(kind, blocks)
     path = session.scratch("page-%s.html" % kind)
     with open(path, "w", encoding="utf-8") as f:
         f.write(html)
