@@ -53,14 +53,6 @@ def desktop_content(path, width, height):
                     "-depth", "8", path], check=True)
 
 
-def paint_root(session, path):
-    """Makes the image at `path` the root window's background, as the tests set their pattern."""
-    # display exits 1 even when it succeeds; it says why when it does not.
-    error = session.x.run(["display", "-window", "root", path], check=False, timeout=60).stderr
-    if error:
-        raise RuntimeError("display could not paint the root window: %s" % error.decode())
-
-
 def percentile(values, fraction):
     ordered = sorted(values)
     index = min(len(ordered) - 1, max(0, int(round(fraction * (len(ordered) - 1)))))
@@ -86,7 +78,7 @@ def measure(build_dir, screen, runs, with_flameshot, with_save):
     try:
         width, height = screen
         desktop_content(session.scratch("content.png"), width, height)
-        paint_root(session, session.scratch("content.png"))
+        session.x.paint_root(session.scratch("content.png"))
         size = "--min-size", "%dx%d" % (width, height), "--painted", "%d,%d" % (width // 3, height // 2)
 
         app = VistrelApp(session)

@@ -362,8 +362,12 @@ class Display:
     def paint_pattern(self, width, height, scratch_path):
         """Makes the pattern the root window's background."""
         pattern_image(width, height).save(scratch_path)
+        self.paint_root(scratch_path)
+
+    def paint_root(self, path):
+        """Makes the image at `path` the root window's background."""
         # display exits 1 even when it succeeds; it says why when it does not.
-        error = self.run(["display", "-window", "root", scratch_path], check=False, timeout=60).stderr
+        error = self.run(["display", "-window", "root", path], check=False, timeout=60).stderr
         if error:
             raise RuntimeError("display could not paint the root window: %s" % error.decode())
 
