@@ -6,7 +6,7 @@ import os
 import re
 import signal
 
-from procs import wait_until
+from procs import WaitTimeout, wait_until
 from xtools import find_pattern, sqlite_rows
 
 MAIN_TITLE_PREFIX = "Vistrel "
@@ -156,8 +156,17 @@ class VistrelApp:
         return wait_until(located, 20, "the capture on the editor's canvas")
 
     def open_mapping_window(self, timeout=30):
-        self.x.click(self.main_window().id, *MAPPING_BUTTON, scale=self.session.scale)
-        return self.x.wait_for_window(name=MAPPING_TITLE, pid=self.pid, timeout=timeout)
+        """Clicks the main window's key-mapping button until the window is up: like a chord,
+        a click that lands while openbox re-reads a keymap the bridge just changed is lost."""
+        main = self.main_window()
+        for attempt in range(3):
+            self.x.click(main.id, *MAPPING_BUTTON, scale=self.session.scale)
+            try:
+                return self.x.wait_for_window(name=MAPPING_TITLE, pid=self.pid,
+                                              timeout=timeout / 3 if attempt < 2 else timeout)
+            except WaitTimeout:
+                if attempt == 2:
+                    raise
 
     def pill_state(self, window):
         """"active", "paused", or the sampled colour when it is neither."""
