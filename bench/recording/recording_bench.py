@@ -42,7 +42,10 @@ def play_content(session, width, height):
              "sine=f=1000:r=48000,volume='if(lt(mod(t\\,1)\\,0.1)\\,1\\,0)':eval=frame[out1]").format(w=width, h=height)
     return session.spawn("ffplay", [shutil.which("ffplay"), "-loglevel", "error", "-noborder", "-left", "0", "-top", "0",
                                     "-x", str(width), "-y", str(height), "-f", "lavfi", graph],
-                         extra_env={"SDL_AUDIODRIVER": "pulseaudio"})
+                         extra_env={"SDL_AUDIODRIVER": "pulseaudio",
+                                    # Plain software drawing into shared memory: through Mesa's GL
+                                    # rasteriser the player alone would take most of the two cores at 4K.
+                                    "SDL_RENDER_DRIVER": "software", "SDL_FRAMEBUFFER_ACCELERATION": "0"})
 
 
 def cpu_seconds(pid):
