@@ -7,7 +7,7 @@ packages=(
   build-essential cmake ninja-build pkg-config ccache
   qt6-base-dev qt6-base-dev-tools qt6-image-formats-plugins libqt6svg6-dev libgl-dev
   libsqlite3-dev
-  libavformat-dev libavcodec-dev libavdevice-dev libavutil-dev libswscale-dev libswresample-dev libx264-dev
+  libavformat-dev libavcodec-dev libavdevice-dev libavutil-dev libswscale-dev libswresample-dev libx264-dev libyuv-dev
   libopencv-imgproc-dev libopencv-core-dev
   libx11-dev libxtst-dev libxext-dev libxcb1-dev
   libgtest-dev libgmock-dev libbenchmark-dev

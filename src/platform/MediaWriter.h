@@ -12,6 +12,9 @@ class MediaWriter {
 public:
     virtual ~MediaWriter() = default;
 
+    // Sets the encoders up ahead of the first frame, so that frame is not held up by it;
+    // creates no file. A failure here is what startWriting then reports.
+    virtual void prepare() {}
     virtual bool startWriting() = 0;
     // The file's time zero, on the samples' clock; earlier samples are not written.
     virtual void startSession(std::int64_t atMicros) = 0;

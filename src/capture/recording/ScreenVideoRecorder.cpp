@@ -2,6 +2,7 @@
 
 #include <QMetaObject>
 #include <QPointer>
+#include <algorithm>
 
 RecordingError ScreenVideoRecorder::error(Code code)
 {
@@ -18,6 +19,12 @@ RecordingError ScreenVideoRecorder::error(Code code)
     case finishFailed: return {app, code, QStringLiteral("Không thể hoàn tất tệp video")};
     }
     return {app, code, {}};
+}
+
+int ScreenVideoRecorder::queuedFrameLimit(std::int64_t frameBytes)
+{
+    constexpr std::int64_t budget = 256 << 20;
+    return int(std::clamp<std::int64_t>(budget / std::max<std::int64_t>(frameBytes, 1), 3, 30));
 }
 
 ScreenVideoRecorder::ScreenVideoRecorder(RecordingPipeline pipeline, QString outputPath, QObject *parent)
@@ -53,6 +60,8 @@ std::optional<RecordingError> ScreenVideoRecorder::start(Completion completion)
     m_completion = std::move(completion);
     if (!m_stream)
         return error(startFailed);
+    // The encoders are set up while the stream starts, not on its first frame.
+    post([this] { m_writer->prepare(); });
     return m_stream->startCapture(
         [this](MediaSample sample) {
             if (sample.type == MediaSample::Type::screen)
@@ -87,7 +96,8 @@ void ScreenVideoRecorder::handleSample(const MediaSample &sample)
             m_writingStarted = true;
         }
         // Behind real time: drop, do not queue.
-        if (!m_writer->isReadyForVideo() || m_queuedFrames > maxQueuedFrames)
+        if (!m_writer->isReadyForVideo()
+            || m_queuedFrames > queuedFrameLimit(std::int64_t(sample.bytesPerLine) * sample.height))
             return;
         if (!m_writer->appendVideo(sample))
             fail(m_writer->error(), videoAppend);

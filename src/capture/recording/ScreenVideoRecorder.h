@@ -29,8 +29,10 @@ public:
                 videoAppend = 24, audioInput = 25, audioAppend = 26 };
     static RecordingError error(Code code);
 
-    // Frames waiting on the queue beyond this are dropped rather than queued.
-    static constexpr int maxQueuedFrames = 3;
+    // How many frames of this size may wait on the queue; later ones are dropped rather
+    // than queued. Enough to ride out a busy moment of the machine (up to a second), within
+    // a memory budget that a 4K recording reaches at eight frames.
+    static int queuedFrameLimit(std::int64_t frameBytes);
 
     ScreenVideoRecorder(RecordingPipeline pipeline, QString outputPath, QObject *parent = nullptr);
     ~ScreenVideoRecorder() override;

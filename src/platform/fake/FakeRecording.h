@@ -65,7 +65,7 @@ private:
     StopHandler m_heldStop;
 };
 
-// A writer that logs each call ("start", "session 100", "video 133", "audio 50",
+// A writer that logs each call ("prepare", "start", "session 100", "video 133", "audio 50",
 // "finish", "cancel") and fails where told to.
 class FakeMediaWriter : public MediaWriter {
 public:
@@ -78,6 +78,7 @@ public:
 
     QStringList log() const { QMutexLocker lock(&m_lock); return m_log; }
 
+    void prepare() override { note("prepare"); }
     bool startWriting() override { note("start"); return m_script.startOk; }
     void startSession(std::int64_t at) override { note("session " + QString::number(at)); }
     bool isReadyForVideo() const override { return m_script.videoReady; }

@@ -7,7 +7,6 @@ extern "C" {
 #include <libavutil/channel_layout.h>
 #include <libavutil/opt.h>
 #include <libswresample/swresample.h>
-#include <libswscale/swscale.h>
 }
 
 #include <QFile>
@@ -55,18 +54,31 @@ bool FfmpegMediaWriter::fail(const QString &what, int code)
     return false;
 }
 
-bool FfmpegMediaWriter::startWriting()
+void FfmpegMediaWriter::prepare()
 {
-    const QByteArray name = QFile::encodeName(m_path);
-    int result = avformat_alloc_output_context2(&m_output, nullptr, "mp4", name.constData());
+    if (!m_prepared)
+        m_prepared = openEncoders();
+}
+
+bool FfmpegMediaWriter::openEncoders()
+{
+    const int result = avformat_alloc_output_context2(&m_output, nullptr, "mp4", QFile::encodeName(m_path).constData());
     if (result < 0)
         return fail(QStringLiteral("Không thể tạo tệp MP4"), result);
-    if (!openVideo() || !openAudio())
+    return openVideo() && openAudio();
+}
+
+bool FfmpegMediaWriter::startWriting()
+{
+    prepare();
+    if (!*m_prepared)
         return false;
+    const QByteArray name = QFile::encodeName(m_path);
+    int result = 0;
     if ((result = avio_open(&m_output->pb, name.constData(), AVIO_FLAG_WRITE)) < 0)
         return fail(QStringLiteral("Không thể ghi tệp"), result);
     AVDictionary *options = nullptr;
-    av_dict_set(&options, "movflags", "frag_keyframe+empty_moov+default_base_moof", 0);
+    av_dict_set(&options, "movflags", "frag_keyframe+empty_moov+delay_moov+default_base_moof", 0);
     av_dict_set(&options, "frag_duration", "1000000", 0);
     av_dict_set(&options, "flush_packets", "1", 0);
     result = avformat_write_header(m_output, &options);
@@ -110,28 +122,11 @@ bool FfmpegMediaWriter::openVideo()
     m_videoStream->time_base = c->time_base;
     m_videoStream->avg_frame_rate = c->framerate;
 
-    // A 4K frame is too much for one core to convert in a frame's time, so swscale slices it;
-    // up to 1080p one core keeps up and the slicing threads only cost wake-ups.
-    m_scaler = sws_alloc_context();
-    if (m_scaler) {
-        av_opt_set_int(m_scaler, "srcw", m_settings.sourceSize.width(), 0);
-        av_opt_set_int(m_scaler, "srch", m_settings.sourceSize.height(), 0);
-        av_opt_set_int(m_scaler, "src_format", AV_PIX_FMT_BGRA, 0);
-        av_opt_set_int(m_scaler, "dstw", c->width, 0);
-        av_opt_set_int(m_scaler, "dsth", c->height, 0);
-        av_opt_set_int(m_scaler, "dst_format", c->pix_fmt, 0);
-        av_opt_set_int(m_scaler, "sws_flags", m_settings.sourceSize == m_settings.outputSize ? SWS_POINT : SWS_BILINEAR, 0);
-        const qint64 sourcePixels = qint64(m_settings.sourceSize.width()) * m_settings.sourceSize.height();
-        av_opt_set_int(m_scaler, "threads", sourcePixels > 1920 * 1080 ? 0 : 1, 0);
-        if (sws_init_context(m_scaler, nullptr, nullptr) < 0) {
-            sws_freeContext(m_scaler);
-            m_scaler = nullptr;
-        }
-    }
+    m_converter = std::make_unique<YuvConverter>(m_settings.sourceSize, m_settings.outputSize);
     m_videoFrame->format = c->pix_fmt;
     m_videoFrame->width = c->width;
     m_videoFrame->height = c->height;
-    if (!m_scaler || av_frame_get_buffer(m_videoFrame.get(), 0) < 0)
+    if (av_frame_get_buffer(m_videoFrame.get(), 0) < 0)
         return fail(QStringLiteral("Không thể chuyển đổi khung hình"), AVERROR(ENOMEM));
     return true;
 }
@@ -211,20 +206,8 @@ bool FfmpegMediaWriter::appendVideo(const MediaSample &frame)
     }
     if (av_frame_make_writable(m_videoFrame.get()) < 0)
         return fail(QStringLiteral("Không thể chuyển đổi khung hình"), AVERROR(ENOMEM));
-    // The grabbed pixels, lent to swscale without a copy.
-    Ffmpeg::Frame source(av_frame_alloc());
-    source->format = AV_PIX_FMT_BGRA;
-    source->width = frame.width;
-    source->height = frame.height;
-    source->data[0] = const_cast<uint8_t *>(frame.data);
-    source->linesize[0] = frame.bytesPerLine;
-    source->buf[0] = av_buffer_create(source->data[0], std::size_t(frame.bytesPerLine) * frame.height,
-                                      [](void *, uint8_t *) {}, nullptr, AV_BUFFER_FLAG_READONLY);
-    if (!source->buf[0])
-        return fail(QStringLiteral("Không thể chuyển đổi khung hình"), AVERROR(ENOMEM));
-    const int converted = sws_scale_frame(m_scaler, m_videoFrame.get(), source.get());
-    if (converted < 0)
-        return fail(QStringLiteral("Không thể chuyển đổi khung hình"), converted);
+    if (!m_converter->convert(frame.data, frame.bytesPerLine, m_videoFrame.get()))
+        return fail(QStringLiteral("Không thể chuyển đổi khung hình"), AVERROR(EINVAL));
     m_videoFrame->pts = pts;
     m_lastVideoPts = pts;
     return encode(m_video.get(), m_videoStream, m_videoFrame.get());
@@ -356,8 +339,6 @@ void FfmpegMediaWriter::close(bool writeTrailer)
         avformat_free_context(m_output);
         m_output = nullptr;
     }
-    sws_freeContext(m_scaler);
-    m_scaler = nullptr;
     swr_free(&m_resampler);
     if (m_fifo) {
         av_audio_fifo_free(m_fifo);

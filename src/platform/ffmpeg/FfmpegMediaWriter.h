@@ -2,11 +2,12 @@
 
 #include "platform/MediaWriter.h"
 #include "platform/ffmpeg/FfmpegUtil.h"
+#include "platform/ffmpeg/YuvConverter.h"
 
 #include <QSize>
 #include <QString>
+#include <memory>
 
-struct SwsContext;
 struct SwrContext;
 struct AVAudioFifo;
 
@@ -31,10 +32,11 @@ public:
     // The x264 preset that keeps up with real time at this size on a small machine.
     static const char *presetFor(const QSize &outputSize);
 
+    void prepare() override;
     bool startWriting() override;
     void startSession(std::int64_t atMicros) override;
-    bool isReadyForVideo() const override { return m_output != nullptr; }
-    bool isReadyForAudio() const override { return m_output != nullptr; }
+    bool isReadyForVideo() const override { return m_output && m_headerWritten; }
+    bool isReadyForAudio() const override { return m_output && m_headerWritten; }
     bool appendVideo(const MediaSample &frame) override;
     bool appendAudio(const MediaSample &audio) override;
     bool finishWriting() override;
@@ -42,6 +44,7 @@ public:
     std::optional<RecordingError> error() const override { return m_error; }
 
 private:
+    bool openEncoders();
     bool openVideo();
     bool openAudio();
     bool encode(AVCodecContext *codec, AVStream *stream, const AVFrame *frame);
@@ -53,11 +56,12 @@ private:
     const QString m_path;
     const Settings m_settings;
     AVFormatContext *m_output = nullptr;
+    std::optional<bool> m_prepared;   // set once prepare() has run: whether the encoders opened
     Ffmpeg::Codec m_video;
     Ffmpeg::Codec m_audio;
     AVStream *m_videoStream = nullptr;
     AVStream *m_audioStream = nullptr;
-    SwsContext *m_scaler = nullptr;
+    std::unique_ptr<YuvConverter> m_converter;
     SwrContext *m_resampler = nullptr;
     AVAudioFifo *m_fifo = nullptr;
     Ffmpeg::Frame m_videoFrame;

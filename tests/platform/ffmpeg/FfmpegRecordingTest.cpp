@@ -22,6 +22,7 @@ QRgb colourOf(int n)
 void write(const QString &path, int frames = 30, QSize source = {64, 48}, QSize output = {64, 48}, bool finish = true)
 {
     FfmpegMediaWriter writer(path, {source, output, 30, 48000, 2});
+    writer.prepare();
     ASSERT_TRUE(writer.startWriting()) << writer.error()->description.toStdString();
     const std::int64_t t0 = 5'000'000;
     writer.startSession(t0);
@@ -82,6 +83,11 @@ TEST(FfmpegRecording, FinishedFileIsAnOrdinaryMp4WithBothTracksFromTheFirstFrame
         EXPECT_NEAR(duration(path), frames / 30.0, 0.05);
         expectPlainMp4(path);
     }
+    // Set up for a recording that never got its first frame: no file is left behind.
+    FfmpegMediaWriter unused(dir.filePath("none.mp4"), {{64, 48}, {64, 48}, 30, 48000, 2});
+    unused.prepare();
+    unused.cancelWriting();
+    EXPECT_FALSE(QFile::exists(dir.filePath("none.mp4")));
 }
 
 TEST(FfmpegRecording, ThumbnailFrameIsTheOneAtTheTimeAskedAndUpright)
