@@ -76,7 +76,7 @@ class RecordingTests(harness.SystemTestCase):
         self.assertNotIn(b"moof", head)
         self.assertEqual(app.history(), [{"type": "video", "path": path}])
 
-    def test_escape_records_nothing_then_an_odd_region_stops_by_the_hud_button(self):
+    def test_escape_and_an_early_stop_record_nothing_then_the_hud_button_stops_an_odd_region(self):
         session = self.start_session()
         app = VistrelApp(session)
         main = app.ready_with_main_only()
@@ -85,6 +85,20 @@ class RecordingTests(harness.SystemTestCase):
         harness.wait_until(lambda: app.main_shown(main), 20, "the main window back")
         self.assertEqual((self._files(session), app.history()), ([], []))
         self.assertIn("Đã hủy quay màn hình", app.process.log_text())
+
+        # A sound server that has stopped answering holds the film back (for up to two
+        # seconds) but not the app: the HUD comes up, and a stop then lands before any frame.
+        pulse = next(p for p in session.processes if p.name == "pulseaudio").popen
+        pulse.send_signal(signal.SIGSTOP)
+        try:
+            self._start_recording(session, app, 300, 200, 200, 100)
+            session.x.press_keycodes(COMMAND_5)
+            harness.wait_until(lambda: "Đang hoàn tất video…" in app.process.log_text(), 20, "the stop")
+        finally:
+            pulse.send_signal(signal.SIGCONT)
+        harness.wait_until(lambda: "Quay màn hình thất bại: Video chưa nhận được khung hình. Hãy quay ít nhất 1 giây."
+                           in app.process.log_text() and app.main_shown(main), 30, "the no-frame failure")
+        self.assertEqual((self._files(session), self._files(session, ".recording"), app.history()), ([], [], []))
 
         hud, _ = self._start_recording(session, app, 500, 400, 101, 51)
         time.sleep(1.5)

@@ -55,7 +55,7 @@ FfmpegScreenCaptureStream::FfmpegScreenCaptureStream(QByteArray display, StreamC
 
 FfmpegScreenCaptureStream::~FfmpegScreenCaptureStream()
 {
-    m_stopping = true;
+    markStopping();
     joinReaders();
     if (m_stopper.joinable())
         m_stopper.join();
@@ -77,15 +77,35 @@ std::optional<RecordingError> FfmpegScreenCaptureStream::startCapture(SampleHand
     if (!m_devices->screen)
         return RecordingError{domain, error, QStringLiteral("Không thể đọc màn hình: ") + Ffmpeg::describe(error)};
 
+    m_soundThread = std::thread([this] { openAndReadSound(); });
+    m_screenThread = std::thread([this] { readScreen(); });
+    return std::nullopt;
+}
+
+void FfmpegScreenCaptureStream::openAndReadSound()
+{
+    AVDictionary *options = nullptr;
     av_dict_set(&options, "sample_rate", QByteArray::number(m_configuration.sampleRate).constData(), 0);
     av_dict_set(&options, "channels", QByteArray::number(m_configuration.channelCount).constData(), 0);
     // Small fragments keep the sound's latency, and so its timing error, low.
     av_dict_set(&options, "fragment_size", "3840", 0);
+    int error = 0;
+    // The device's open does not poll the interrupt: a sound server that has stopped
+    // answering holds this thread, and nothing else, until it answers or gives up.
     m_devices->sound = openDevice("pulse", "@DEFAULT_MONITOR@", &options, &m_stopping, &error);
+    {
+        std::lock_guard lock(m_soundLock);
+        m_soundSettled = true;
+    }
+    m_soundChanged.notify_all();
+    m_devices->sound ? readSound() : sendSilence();
+}
 
-    m_screenThread = std::thread([this] { readScreen(); });
-    m_soundThread = std::thread([this] { m_devices->sound ? readSound() : sendSilence(); });
-    return std::nullopt;
+bool FfmpegScreenCaptureStream::waitForSound()
+{
+    std::unique_lock lock(m_soundLock);
+    m_soundChanged.wait_for(lock, soundWait, [this] { return m_soundSettled || m_stopping; });
+    return !m_stopping;
 }
 
 int FfmpegScreenCaptureStream::readPackets(AVFormatContext *device,
@@ -107,6 +127,10 @@ int FfmpegScreenCaptureStream::readPackets(AVFormatContext *device,
 
 void FfmpegScreenCaptureStream::readScreen()
 {
+    // Both tracks start with the first frame; a sound device later than this joins the
+    // film late, with silence before it.
+    if (!waitForSound())
+        return;
     AVFormatContext *device = m_devices->screen.get();
     const int result = readPackets(device, [this, device](Ffmpeg::Packet packet) {
         const AVCodecParameters *p = device->streams[0]->codecpar;
@@ -186,9 +210,18 @@ void FfmpegScreenCaptureStream::joinReaders()
     m_devices->sound.reset();
 }
 
+void FfmpegScreenCaptureStream::markStopping()
+{
+    {
+        std::lock_guard lock(m_soundLock);
+        m_stopping = true;
+    }
+    m_soundChanged.notify_all();
+}
+
 void FfmpegScreenCaptureStream::stopCapture(StopHandler done)
 {
-    m_stopping = true;
+    markStopping();
     if (m_stopper.joinable())
         return;
     // The readers may be inside a device read; waiting for them happens off the caller.

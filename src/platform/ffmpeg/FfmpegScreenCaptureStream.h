@@ -5,6 +5,8 @@
 
 #include <QByteArray>
 #include <atomic>
+#include <chrono>
+#include <condition_variable>
 #include <functional>
 #include <mutex>
 #include <thread>
@@ -13,6 +15,8 @@
 // from the PulseAudio default sink's monitor. One thread reads each device; both stamp
 // their samples on the monotonic clock. Without a sound server the audio thread sends
 // silence at the real rate, so the file always has its sound track.
+// The sound device is opened on its own thread: a sound server that hangs neither freezes
+// the caller nor keeps the film from starting after soundWait.
 class FfmpegScreenCaptureStream : public ScreenCaptureStream {
 public:
     FfmpegScreenCaptureStream(QByteArray display, StreamConfiguration configuration);
@@ -22,6 +26,12 @@ public:
     void stopCapture(StopHandler done) override;
 
 private:
+    static constexpr std::chrono::milliseconds soundWait{2000};
+
+    void openAndReadSound();
+    // Waits until the sound device is open or given up, at most soundWait; false once stopping.
+    bool waitForSound();
+    void markStopping();
     // Hands each packet on until stopped; the read error that ended it, or 0.
     int readPackets(AVFormatContext *device, const std::function<void(Ffmpeg::Packet)> &handle);
     void readScreen();
@@ -42,4 +52,7 @@ private:
     std::thread m_soundThread;
     std::thread m_stopper;
     std::mutex m_joinLock;
+    std::mutex m_soundLock;
+    std::condition_variable m_soundChanged;
+    bool m_soundSettled = false;   // guarded by m_soundLock
 };
