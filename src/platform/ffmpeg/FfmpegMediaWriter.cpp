@@ -5,7 +5,6 @@
 extern "C" {
 #include <libavutil/audio_fifo.h>
 #include <libavutil/channel_layout.h>
-#include <libavutil/opt.h>
 #include <libswresample/swresample.h>
 }
 
@@ -74,8 +73,8 @@ bool FfmpegMediaWriter::startWriting()
     if (!*m_prepared)
         return false;
     const QByteArray name = QFile::encodeName(m_path);
-    int result = 0;
-    if ((result = avio_open(&m_output->pb, name.constData(), AVIO_FLAG_WRITE)) < 0)
+    int result = avio_open(&m_output->pb, name.constData(), AVIO_FLAG_WRITE);
+    if (result < 0)
         return fail(QStringLiteral("Không thể ghi tệp"), result);
     AVDictionary *options = nullptr;
     av_dict_set(&options, "movflags", "frag_keyframe+empty_moov+delay_moov+default_base_moof", 0);
