@@ -6,7 +6,9 @@ arguments, inverted booleans) is drawn round-robin across every folder of src/ a
 Each mutant is applied to a scratch copy and built; every unit and X11 test program that links
 the changed code is run, and a failing or hanging one kills it. A mutant that does not compile
 is skipped for the next in the order, so the set stays the same for the same sources and seed:
-the printed fingerprint shows it. System tests are not run: they take a minute each.
+the printed fingerprint shows it. With --system, a mutant the unit and X11 programs miss is
+rebuilt into the app and given to the system tests of its folder (SYSTEM_TESTS), which drive
+the real binary: much of the widget and X11 code is guarded only there.
 
 Too slow for CI: a mutant takes 10 to 20 seconds on two cores.
 """
@@ -41,6 +43,25 @@ OPERATORS = [
     ("swap arguments", re.compile(r"\b(\w+)\((\w+), (\w+)\)"), None),
     ("drop call", re.compile(r"^(\s*)((?:emit\s+)?[\w:]+(?:(?:\.|->)\w+)*\(.*\);)\s*$"), None),
 ]
+# The system tests that exercise each folder's code, as a CTest name pattern.
+SYSTEM_TESTS = {
+    "src/app": r"system\.(app_lifecycle|command_line|bridge)",
+    "src/ui": r"system\.(app_lifecycle|bridge|history)",
+    "src/capture/library": r"system\.(screenshot|history)",
+    "src/capture/selector": r"system\.(screenshot|recording)",
+    "src/capture/screenshot": r"system\.screenshot",
+    "src/capture/recording": r"system\.recording",
+    "src/capture/scrolling": r"system\.scrolling",
+    "src/capture/scrollingflow": r"system\.scrolling",
+    "src/editor": r"system\.(editor|history)",
+    "src/keyboard": r"system\.bridge",
+    "src/storage": r"system\.(history|app_lifecycle)",
+    "src/platform": r"system\.(bridge|screenshot)",
+    "src/platform/ffmpeg": r"system\.recording",
+    "src/platform/x11": r"system\.(bridge|screenshot|scrolling)",
+    "tools/keymap": r"system\.(bridge|keymap_watchdog)",
+}
+
 KEYWORDS = {"if", "while", "for", "switch", "return", "sizeof", "static_cast", "Q_ASSERT",
             "Q_UNUSED", "delete", "new", "case"}
 
@@ -187,6 +208,13 @@ def killed_by(programs, build):
     return False
 
 
+def system_fails(pattern, build, jobs):
+    try:
+        return run(["ctest", "-j%d" % jobs, "-R", pattern], build, timeout=1800) != 0
+    except subprocess.TimeoutExpired:
+        return True
+
+
 def mtimes(paths):
     return {p: os.stat(p).st_mtime_ns if os.path.exists(p) else 0 for p in paths}
 
@@ -215,6 +243,8 @@ def main():
                         help="scratch checkout and build (reused between runs)")
     parser.add_argument("--list", action="store_true", help="print the mutant set and stop")
     parser.add_argument("--jobs", type=int, default=os.cpu_count() or 2)
+    parser.add_argument("--system", action="store_true",
+                        help="give what the unit and X11 programs miss to the system tests of its folder")
     parser.add_argument("--recheck", metavar="LOG",
                         help="run only the mutants this earlier run's log lists as survivors")
     args = parser.parse_args()
@@ -243,7 +273,7 @@ def main():
     print("building the unmutated tree in %s" % build, flush=True)
     subprocess.run([os.path.join(tree, "scripts", "build.sh"), "-j%d" % args.jobs], env=env, check=True,
                    stdout=subprocess.DEVNULL)
-    if run(["ctest", "-j%d" % args.jobs, "-LE", "system"], build) != 0:
+    if run(["ctest", "-j%d" % args.jobs] + ([] if args.system else ["-LE", "system"]), build) != 0:
         sys.exit("the unmutated tree fails its tests; fix that first")
 
     # A mutant is judged by every test program that links the code it changed: those are
@@ -274,10 +304,16 @@ def main():
             fingerprint.update(("%s:%d:%s\n" % (path, number, new)).encode())
             after = mtimes(programs)
             failed = killed_by({p: v for p, v in programs.items() if after[p] != before[p]}, build)
+            by_system = False
+            if not failed and args.system:
+                pattern = SYSTEM_TESTS.get(key) or SYSTEM_TESTS.get("/".join(key.split("/")[:2]))
+                # The system tests build the binaries they launch (a CTest fixture).
+                by_system = failed = pattern is not None and system_fails(pattern, build, args.jobs)
             results.append((path, number, kind, new.strip(), failed))
             per_subsystem.setdefault(key, []).append(failed)
             print("%-8s %5.1fs  %s:%d  %s: %s  ->  %s" % (
-                "killed" if failed else "SURVIVED", time.monotonic() - started, path, number, kind,
+                ("killed*" if by_system else "killed") if failed else "SURVIVED", time.monotonic() - started,
+                path, number, kind,
                 old, new.strip()), flush=True)
         finally:
             with open(target, "w", encoding="utf-8") as f:
@@ -291,7 +327,8 @@ def main():
         print("  %-24s %d/%d" % (key, sum(outcome), len(outcome)))
     print("\nmutant set %s: %d mutants (%d did not compile and were replaced)"
           % (fingerprint.hexdigest()[:12], len(results), stillborn))
-    print("kill rate: %d/%d = %.1f%%" % (killed, len(results), 100.0 * killed / max(1, len(results))))
+    print("kill rate: %d/%d = %.1f%%%s" % (killed, len(results), 100.0 * killed / max(1, len(results)),
+                                         " (killed* = by the system tests)" if args.system else ""))
     survivors = [r for r in results if not r[4]]
     if survivors:
         print("\nsurvivors:")
