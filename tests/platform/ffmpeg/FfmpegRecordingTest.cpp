@@ -48,10 +48,11 @@ void write(const QString &path, int frames = 30, QSize source = {64, 48}, QSize 
     EXPECT_TRUE(!finish || writer.finishWriting());
 }
 
-QString probe(const QString &path, const QString &entries)
+QString probe(const QString &path, const QString &entries, const QString &streams = "")
 {
     QProcess ffprobe;
-    ffprobe.start("ffprobe", {"-v", "error", "-show_entries", entries, "-of", "default=nw=1", path});
+    ffprobe.start("ffprobe", QStringList{"-v", "error", "-show_entries", entries, "-of", "default=nw=1", path}
+                                 + (streams.isEmpty() ? QStringList() : QStringList{"-select_streams", streams}));
     ffprobe.waitForFinished(30000);
     return QString::fromUtf8(ffprobe.readAllStandardOutput());
 }
@@ -88,6 +89,28 @@ TEST(FfmpegRecording, FinishedFileIsAnOrdinaryMp4WithBothTracksFromTheFirstFrame
     unused.prepare();
     unused.cancelWriting();
     EXPECT_FALSE(QFile::exists(dir.filePath("none.mp4")));
+}
+
+TEST(FfmpegRecording, JitteredFramesTakeTheNearestFreeTickAtMostOneEarly)
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath("jitter.mp4");
+    FfmpegMediaWriter writer(path, {{64, 48}, {64, 48}, 30, 48000, 2});
+    ASSERT_TRUE(writer.startWriting());
+    writer.startSession(0);
+    QImage image(64, 48, QImage::Format_ARGB32);
+    image.fill(Qt::gray);
+    // In frame ticks: 2.6 takes the nearest tick, 3; 3.4 finds it taken and moves on to 4,
+    // at most one tick early, and 4.0 to 5; 4.1 and 4.2 would be two early and are left out.
+    for (double tick : {0.0, 1.0, 2.6, 3.4, 4.0, 4.1, 4.2, 6.0}) {
+        MediaSample f;
+        std::tie(f.type, f.presentationMicros, f.data, f.width, f.height, f.bytesPerLine) =
+            std::tuple(MediaSample::Type::screen, std::llround(tick * 1e6 / 30), image.constBits(), 64, 48, int(image.bytesPerLine()));
+        ASSERT_TRUE(writer.appendVideo(f)) << tick;
+    }
+    ASSERT_TRUE(writer.finishWriting());
+    // The MP4's video clock runs at 15360 per second: 512 a frame.
+    EXPECT_EQ(probe(path, "packet=pts", "v:0"), "pts=0\npts=512\npts=1536\npts=2048\npts=2560\npts=3072\n");
 }
 
 TEST(FfmpegRecording, ThumbnailFrameIsTheOneAtTheTimeAskedAndUpright)
