@@ -18,6 +18,15 @@ QRgb colourOf(int n)
     return table[(n / 3) % 4];
 }
 
+// A screen frame that lends the image's pixels.
+MediaSample frameOf(const QImage &image, std::int64_t at)
+{
+    MediaSample f;
+    std::tie(f.type, f.presentationMicros, f.data, f.width, f.height, f.bytesPerLine) =
+        std::tuple(MediaSample::Type::screen, at, image.constBits(), image.width(), image.height(), int(image.bytesPerLine()));
+    return f;
+}
+
 // Frames at 30 per second from 5 s on, with a 1 kHz tone starting 0.2 s before the first.
 void write(const QString &path, int frames = 30, QSize source = {64, 48}, QSize output = {64, 48}, bool finish = true)
 {
@@ -40,10 +49,7 @@ void write(const QString &path, int frames = 30, QSize source = {64, 48}, QSize 
         }
         QImage image(source, QImage::Format_ARGB32);
         image.fill(colourOf(n));
-        MediaSample f;
-        std::tie(f.type, f.presentationMicros, f.data, f.width, f.height, f.bytesPerLine) =
-            std::tuple(MediaSample::Type::screen, at, image.constBits(), image.width(), image.height(), int(image.bytesPerLine()));
-        ASSERT_TRUE(writer.appendVideo(f));
+        ASSERT_TRUE(writer.appendVideo(frameOf(image, at)));
     }
     EXPECT_TRUE(!finish || writer.finishWriting());
 }
@@ -102,12 +108,8 @@ TEST(FfmpegRecording, JitteredFramesTakeTheNearestFreeTickAtMostOneEarly)
     image.fill(Qt::gray);
     // In frame ticks: 2.6 takes the nearest tick, 3; 3.4 finds it taken and moves on to 4,
     // at most one tick early, and 4.0 to 5; 4.1 and 4.2 would be two early and are left out.
-    for (double tick : {0.0, 1.0, 2.6, 3.4, 4.0, 4.1, 4.2, 6.0}) {
-        MediaSample f;
-        std::tie(f.type, f.presentationMicros, f.data, f.width, f.height, f.bytesPerLine) =
-            std::tuple(MediaSample::Type::screen, std::llround(tick * 1e6 / 30), image.constBits(), 64, 48, int(image.bytesPerLine()));
-        ASSERT_TRUE(writer.appendVideo(f)) << tick;
-    }
+    for (double tick : {0.0, 1.0, 2.6, 3.4, 4.0, 4.1, 4.2, 6.0})
+        ASSERT_TRUE(writer.appendVideo(frameOf(image, std::llround(tick * 1e6 / 30)))) << tick;
     ASSERT_TRUE(writer.finishWriting());
     // The MP4's video clock runs at 15360 per second: 512 a frame.
     EXPECT_EQ(probe(path, "packet=pts", "v:0"), "pts=0\npts=512\npts=1536\npts=2048\npts=2560\npts=3072\n");
