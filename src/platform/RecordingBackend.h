@@ -16,7 +16,6 @@ struct StreamConfiguration {
     QRect sourceRect;           // device pixels, root-window coordinates
     QSize outputSize;           // even, at most 3840 × 2160
     int framesPerSecond = 30;
-    int queueDepth = 5;
     bool showsCursor = true;
     int sampleRate = 48000;
     int channelCount = 2;
