@@ -55,6 +55,7 @@ TEST(PixelRunCodec, RoundTripsStridedRows)
         ASSERT_TRUE(PixelRunCodec::decode(encoded, out.data(), width, height, stride));
         for (size_t i = 0; i < out.size(); ++i) // nothing written between the rows
             ASSERT_EQ(out[i], i % stride < width ? image[i] : 0x12345678u) << "at " << i % stride << "," << i / stride;
+        EXPECT_LE(encoded.size(), width * height + 1); // a literal block carries on into the next row
     }
 }
 
@@ -67,6 +68,9 @@ TEST(PixelRunCodec, RejectsDataOfTheWrongLength)
     EXPECT_FALSE(PixelRunCodec::decode(encoded, output.data(), 301));
     encoded.pop_back();
     EXPECT_FALSE(PixelRunCodec::decode(encoded, output.data(), 300));
+    std::vector<uint32_t> run = PixelRunCodec::encode(pattern("flat", 300).data(), 300);
+    run.pop_back(); // a run header without its value
+    EXPECT_FALSE(PixelRunCodec::decode(run, output.data(), 300));
 }
 
 } // namespace

@@ -48,14 +48,10 @@ TEST(ImageOverlayGeometry, EachHandleMovesItsOwnEdges)
 
 TEST(ImageOverlayGeometry, ShiftKeepsTheRatioWhereverItIsDragged)
 {
-    const Handle handles[] = {Handle::topLeft, Handle::top, Handle::topRight, Handle::right,
-                              Handle::bottomRight, Handle::bottom, Handle::bottomLeft, Handle::left};
-    const QPointF deltas[] = {{37, 11}, {-23, 41}, {5, -60}, {-48, -7}};
-    const QRectF middle(250, 200, 160, 120);
-    for (const Handle handle : handles)
-        for (const QPointF &delta : deltas) {
-            const QRectF r = Image::dragged(handle, middle, delta, true, canvas);
-            EXPECT_NEAR(r.width() / r.height(), 4.0 / 3.0, 1e-9) << int(handle) << " " << delta.x() << "," << delta.y();
+    for (int handle = int(Handle::topLeft); handle <= int(Handle::left); ++handle)
+        for (const QPointF &delta : {QPointF(37, 11), {-23, 41}, {5, -60}, {-48, -7}}) {
+            const QRectF r = Image::dragged(Handle(handle), {250, 200, 160, 120}, delta, true, canvas);
+            EXPECT_NEAR(r.width() / r.height(), 4.0 / 3.0, 1e-9) << handle << " " << delta.x() << "," << delta.y();
         }
 }
 
@@ -67,11 +63,12 @@ TEST(ImageOverlayGeometry, HitTestFindsHandlesWithSlackThenTheBody)
         {{100, 3}, Handle::top},        {{200, 0}, Handle::topRight}, {{205, 50}, Handle::right},
         {{200, 100}, Handle::bottomRight}, {{100, 108}, Handle::bottom}, {{0, 100}, Handle::bottomLeft},
         {{-4, 50}, Handle::left},       {{60, 30}, Handle::move},     {{199, 9}, Handle::topRight},
-        {{199, 30}, Handle::move},      {{250, 50}, Handle::none},   {{200, 30}, Handle::move}})
+        {{199, 30}, Handle::move},      {{250, 50}, Handle::none},   {{200, 30}, Handle::move},
+        {{0, 30}, Handle::move},        {{60, 0}, Handle::move}}) // the left and top edges are the body's too
         EXPECT_EQ(Image::hitTest(point, size), expected) << point.x() << "," << point.y();
 }
 
-TEST(ImageOverlayGeometry, ArrowKeysMoveOrResizeInsideTheCanvas)
+TEST(ImageOverlayGeometry, ArrowKeysAndClampingKeepTheFrameInsideTheCanvas)
 {
     EXPECT_EQ(Image::nudged(start, {1, 0}, false, canvas), QRectF(101, 200, 200, 100));
     EXPECT_EQ(Image::nudged(start, {0, -10}, false, canvas), QRectF(100, 190, 200, 100));
@@ -82,10 +79,7 @@ TEST(ImageOverlayGeometry, ArrowKeysMoveOrResizeInsideTheCanvas)
     EXPECT_EQ(Image::nudged(start, {-10, 0}, true, canvas), QRectF(100, 200, 190, 100));
     EXPECT_EQ(Image::nudged({100, 200, 33, 100}, {-10, 0}, true, canvas), QRectF(100, 200, 28, 100)); // 28 at least
     EXPECT_EQ(Image::nudged({700, 200, 100, 100}, {10, 0}, true, canvas), QRectF(690, 200, 110, 100)); // back inside
-}
-
-TEST(ImageOverlayGeometry, ClampingShrinksOnlyWhatDoesNotFit)
-{
+    // Clamping shrinks only what does not fit.
     EXPECT_EQ(Image::clamped({-50, 700, 100, 100}, canvas), QRectF(0, 500, 100, 100));
     EXPECT_EQ(Image::clamped({100, 100, 1000, 50}, canvas), QRectF(0, 100, 800, 50));
     EXPECT_EQ(Image::clamped({10, 10, 20, 20}, canvas), QRectF(10, 10, 20, 20));
@@ -94,17 +88,13 @@ TEST(ImageOverlayGeometry, ClampingShrinksOnlyWhatDoesNotFit)
 const QRectF box(100, 100, 430, 185);
 const QSizeF parent(800, 600);
 
-TEST(TextOverlayGeometry, TheGripMovesTheBoxInsideTheCanvas)
+TEST(TextOverlayGeometry, TheGripMovesAndTheCornerResizesInsideTheCanvas)
 {
     EXPECT_EQ(Text::moved(box, {50, -30}, parent), QRectF(150, 70, 430, 185));
     EXPECT_EQ(Text::moved(box, {-500, -500}, parent), QRectF(0, 0, 430, 185));
     EXPECT_EQ(Text::moved(box, {900, 900}, parent), QRectF(370, 415, 430, 185));
     // A box larger than the canvas stays at the top left.
     EXPECT_EQ(Text::moved(QRectF(0, 0, 430, 185), {40, 40}, QSizeF(300, 150)), QRectF(0, 0, 430, 185));
-}
-
-TEST(TextOverlayGeometry, TheCornerResizesWithMinimumsAndTheCanvasEdges)
-{
     EXPECT_EQ(Text::resized(box, {40, 60}, parent), QRectF(100, 100, 470, 245));
     EXPECT_EQ(Text::resized(box, {-400, -400}, parent), QRectF(100, 100, 260, 120)); // 260 by 120 at least
     EXPECT_EQ(Text::resized(box, {900, 0}, parent), QRectF(100, 100, 700, 185));     // not past the edges
