@@ -22,12 +22,9 @@ inline QImage solid(int width, int height, const QColor &color, qreal density = 
 // Deterministic noise: every pixel differs from its neighbours, so any change shows.
 inline QImage noise(int width, int height, quint32 seed)
 {
-    QImage image(width, height, QImage::Format_ARGB32_Premultiplied);
-    QRandomGenerator rng(seed);
-    for (int y = 0; y < height; ++y)
-        for (int x = 0; x < width; ++x)
-            image.setPixel(x, y, 0xff000000u | (rng.generate() & 0x00ffffffu));
-    return image;
+    QImage image(width, height, QImage::Format_RGB32); // the conversion makes every pixel opaque
+    QRandomGenerator(seed).fillRange(reinterpret_cast<quint32 *>(image.bits()), qsizetype(width) * height);
+    return image.convertToFormat(QImage::Format_ARGB32_Premultiplied);
 }
 
 // Pixels of `rect` that differ between two images of the same size.

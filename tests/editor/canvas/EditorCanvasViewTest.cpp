@@ -20,7 +20,7 @@ TEST_F(CanvasTest, DragsDrawThroughTheModelAndReportUndoOnce)
     EXPECT_EQ(QList<QVariantList>(redoSpy), QList<QVariantList>{{true}});
 }
 
-TEST_F(CanvasTest, CropShowsADashedWhiteFrameAndUndoResizesTheWidget)
+TEST_F(CanvasTest, CropShowsADashedWhiteFrameAndUndoAndResizingResizeTheWidget)
 {
     const QImage original = noise(400, 300, 12);
     open(original, 0.5);
@@ -44,6 +44,8 @@ TEST_F(CanvasTest, CropShowsADashedWhiteFrameAndUndoResizesTheWidget)
     EXPECT_EQ(canvas->size(), QSize(200, 150));
     canvas->redo();
     EXPECT_EQ(canvas->size(), QSize(100, 50));
+    model().resizeImage(2);
+    EXPECT_EQ(canvas->size(), QSize(200, 100));
 }
 
 } // namespace

