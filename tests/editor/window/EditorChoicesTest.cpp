@@ -49,8 +49,7 @@ TEST(EditorWindowGeometry, TheWindowTakesMostOfTheScreenUpToACap)
                                                   {{1920, 1080}, {1100, 740}, {760, 520}},
                                                   {{700, 480}, {602, 393.6}, {700, 480}}}) {
         SCOPED_TRACE(area.width());
-        EXPECT_NEAR(EditorWindowGeometry::contentSize(area).width(), content.width(), 1e-9);
-        EXPECT_NEAR(EditorWindowGeometry::contentSize(area).height(), content.height(), 1e-9);
+        EXPECT_EQ(EditorWindowGeometry::contentSize(area), content); // compared fuzzily
         EXPECT_EQ(EditorWindowGeometry::minimumSize(area), minimum);
         EXPECT_EQ(EditorWindowGeometry::maximumSize(area), area);
     }
@@ -94,8 +93,7 @@ TEST(PastedImage, FindsTheFirstImageAClipboardEntryCarries)
     writer.setTransformation(QImageIOHandler::TransformationRotate90);
     ASSERT_TRUE(writer.write(red));
     QFile file(png);
-    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-    const QByteArray bytes = file.readAll();
+    const QByteArray bytes = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
     // The size of the image found; empty when none is.
     for (const auto &[name, fill, size] : {
         std::tuple<const char *, std::function<void(QMimeData &)>, QSize>{"image", [&](QMimeData &d) { d.setImageData(red); }, {4, 3}},
@@ -108,8 +106,7 @@ TEST(PastedImage, FindsTheFirstImageAClipboardEntryCarries)
         fill(data);
         const QImage found = PastedImage::fromMimeData(data);
         EXPECT_EQ(found.size(), size.isEmpty() ? QSize(0, 0) : size) << name;
-        const QColor middle = found.isNull() ? QColor() : found.pixelColor(1, 1);
-        EXPECT_EQ(middle.red() > 240 && middle.green() < 16, !size.isEmpty()) << name;
+        EXPECT_EQ(found.isNull() ? QColor() : found.pixelColor(1, 1), size.isEmpty() ? QColor() : QColor(Qt::red)) << name;
     }
 }
 
