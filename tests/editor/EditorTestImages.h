@@ -9,8 +9,6 @@
 #include <functional>
 
 // Small images with known content for the editor tests.
-namespace EditorTestImages {
-
 inline QImage solid(int width, int height, const QColor &color, qreal density = 1)
 {
     QImage image(width, height, QImage::Format_ARGB32_Premultiplied);
@@ -55,7 +53,3 @@ inline QRect inkBounds(const QImage &image, const std::function<bool(QRgb)> &ink
                 bounds |= QRect(x, y, 1, 1);
     return bounds;
 }
-
-} // namespace EditorTestImages
-
-using namespace EditorTestImages;

@@ -28,7 +28,6 @@ TEST(EditorChoices, PickerTitlesFallBackToTheirDefaults)
         EXPECT_DOUBLE_EQ(C::textFontSize(title), size);
     }
     EXPECT_EQ(C::textFontName(std::nullopt), QStringLiteral("Helvetica"));
-    EXPECT_EQ(C::textFontName(QStringLiteral("Menlo")), QStringLiteral("Menlo"));
 }
 
 TEST(EditorChoices, ZoomTitlesRoundToWholePercentagesAndQuickStylesComeInThreeWidths)

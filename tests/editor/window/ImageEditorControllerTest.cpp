@@ -153,7 +153,7 @@ TEST_F(EditorControllerTest, PickersAndQuickStylesSetTheDrawingStyle)
     EXPECT_EQ(style.lineWidth, 4);
 }
 
-TEST_F(EditorControllerTest, ToolButtonsShowExactlyTheChosenToolAndAnImageFileFloatsUntilTheToolIsLeft)
+TEST_F(EditorControllerTest, ToolButtonsShowExactlyTheChosenToolAndOnlyAReadableImageFileFloats)
 {
     open(solid(400, 300, Qt::white));
     const auto checked = [this] {
@@ -182,13 +182,9 @@ TEST_F(EditorControllerTest, ToolButtonsShowExactlyTheChosenToolAndAnImageFileFl
     editor->selectTool(int(EditTool::insertImage));
     EXPECT_EQ(model().tool(), EditTool::insertImage);
     ASSERT_NE(editor->overlays().imageOverlay(), nullptr);
-    EXPECT_EQ(editor->insertImage().size(), QSize(40, 40));
     EXPECT_EQ(model().insertImage().size(), QSize(40, 40));
-    editor->selectTool(int(EditTool::pen));
-    EXPECT_EQ(editor->overlays().imageOverlay(), nullptr);
-    EXPECT_EQ(model().undoCount(), 1);
     editor->selectTool(99);
-    EXPECT_EQ(model().tool(), EditTool::pen);
+    EXPECT_EQ(model().tool(), EditTool::insertImage);
 }
 
 TEST_F(EditorControllerTest, ControlVInsertsTheClipboardImageReturnAppliesItControlCSaves)
