@@ -78,8 +78,6 @@ TEST(TextOverlayRendering, UnknownFamiliesFallBackToTheSystemFont)
     EXPECT_EQ(unknown.pixelSize(), 20);
     // Menlo has no face of that name here; it still comes out monospaced.
     EXPECT_TRUE(QFontInfo(TextOverlayRendering::font(QStringLiteral("Menlo"), 20, device)).fixedPitch());
-    EXPECT_TRUE(TextOverlayRendering::isBlank(QStringLiteral(" \n\t\n ")));
-    EXPECT_FALSE(TextOverlayRendering::isBlank(QStringLiteral("\n\n x")));
 }
 
 TEST(PastedImage, FindsTheFirstImageAClipboardEntryCarries)

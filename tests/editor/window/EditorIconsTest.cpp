@@ -8,11 +8,9 @@ namespace {
 // Pixels at least as opaque as `alpha`.
 int inkAbove(const QImage &image, int alpha)
 {
-    int ink = 0;
-    for (int y = 0; y < image.height(); ++y)
-        for (int x = 0; x < image.width(); ++x)
-            ink += qAlpha(image.pixel(x, y)) > alpha;
-    return ink;
+    const QImage argb = image.convertToFormat(QImage::Format_ARGB32);
+    const auto *pixels = reinterpret_cast<const QRgb *>(argb.constBits());
+    return int(std::count_if(pixels, pixels + argb.width() * argb.height(), [alpha](QRgb p) { return qAlpha(p) > alpha; }));
 }
 
 TEST(EditorIcons, EverySymbolReadsAtButtonSizeAndOnHighDensityScreens)
