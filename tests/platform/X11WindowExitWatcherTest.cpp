@@ -8,17 +8,12 @@
 
 namespace {
 
-using std::chrono::milliseconds;
-
 // The test plays the window manager from a second connection: a frame on the root with
 // the client inside, unmapped only when the test says so.
 class X11WindowExitWatcherTest : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        auto *x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-        ASSERT_NE(x11, nullptr);
-        watcher = std::make_unique<X11WindowExitWatcher>(x11->connection());
         ASSERT_TRUE(manager.isConnected());
         frame = window(manager.root());
         client = window(frame);
@@ -40,12 +35,19 @@ protected:
         xcb_unmap_window(c, window);
         sync();
     }
+    // Our client window leaves; the watcher waits for its frame to go, at most timeoutMs.
+    void leave(int timeoutMs, bool announce = true)
+    {
+        finished = 0;
+        if (announce)
+            watcher.leaving(WId(client));
+        watcher.whenGone(std::chrono::milliseconds(timeoutMs), [this] { ++finished; });
+    }
     bool finishedWithin(int ms) { return QTest::qWaitFor([this] { return finished > 0; }, ms); }
-    void waitFor(milliseconds timeout) { watcher->whenGone(timeout, [this] { ++finished; }); }
 
     TestDisplay manager;
     xcb_connection_t *c = manager.connection();
-    std::unique_ptr<X11WindowExitWatcher> watcher;
+    X11WindowExitWatcher watcher{qGuiApp->nativeInterface<QNativeInterface::QX11Application>()->connection()};
     xcb_window_t frame = XCB_WINDOW_NONE, client = XCB_WINDOW_NONE;
     int finished = 0;
 };
@@ -53,17 +55,12 @@ protected:
 TEST_F(X11WindowExitWatcherTest, WaitsForTheFrameThenLetsGo)
 {
     unmap(client);   // the app has hidden its window; the frame around it is still up
-    watcher->leaving(WId(client));
-    waitFor(milliseconds(2000));
+    leave(2000);
     EXPECT_FALSE(finishedWithin(150));
     unmap(frame);
     EXPECT_TRUE(finishedWithin(500));
     EXPECT_EQ(finished, 1);
-
-    // A window already unframed is not waited for.
-    finished = 0;
-    watcher->leaving(WId(client));
-    waitFor(milliseconds(2000));
+    leave(2000);   // a window already unframed is not waited for
     EXPECT_TRUE(finishedWithin(150));
 }
 
@@ -71,13 +68,10 @@ TEST_F(X11WindowExitWatcherTest, AManagerThatNeverAnswersHoldsUpOnlyUntilTheTime
 {
     QElapsedTimer clock;
     clock.start();
-    watcher->leaving(WId(client));
-    waitFor(milliseconds(300));
+    leave(300);
     ASSERT_TRUE(finishedWithin(3000));
     EXPECT_GE(clock.elapsed(), 290);
-    // What it gave up on is forgotten: the next capture is not held up by it.
-    finished = 0;
-    waitFor(milliseconds(300));
+    leave(300, false);   // what it gave up on is forgotten: the next capture is not held up by it
     EXPECT_TRUE(finishedWithin(150));
 }
 

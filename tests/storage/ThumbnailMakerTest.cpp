@@ -2,7 +2,6 @@
 #include "support/TestFiles.h"
 
 #include <QTemporaryDir>
-#include <gtest/gtest.h>
 
 #include <cstdlib>
 
@@ -135,11 +134,8 @@ TEST(ThumbnailMaker, DrawsThePlaceholderForAnythingItCannotShow)
             << grey.name().toStdString();
         // Inside the triangle, then outside each of its three sides and in the far corner.
         EXPECT_TRUE(near(at(0.51, 0.5), Qt::white, 0));
-        EXPECT_EQ(at(0.38, 0.5), grey);
-        EXPECT_EQ(at(0.5, 0.26), grey);
-        EXPECT_EQ(at(0.5, 0.74), grey);
-        EXPECT_EQ(at(0.74, 0.5), grey);
-        EXPECT_EQ(at(0.99, 0.99), grey);
+        for (const auto &[x, y] : {std::pair{0.38, 0.5}, {0.5, 0.26}, {0.5, 0.74}, {0.74, 0.5}, {0.99, 0.99}})
+            EXPECT_EQ(at(x, y), grey) << x << ", " << y;
     }
 }
 

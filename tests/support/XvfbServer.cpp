@@ -4,23 +4,12 @@
 
 XvfbServer::XvfbServer(const QString &screenGeometry)
 {
-    m_process.setProgram(QStringLiteral("/usr/bin/Xvfb"));
-    m_process.setArguments({QStringLiteral("-displayfd"), QStringLiteral("1"),
-                            QStringLiteral("-screen"), QStringLiteral("0"), screenGeometry,
-                            QStringLiteral("-nolisten"), QStringLiteral("tcp")});
-    m_process.start();
-    if (!m_process.waitForStarted(5000))
-        return;
-    QByteArray out;
-    QDeadlineTimer deadline(10000);
-    while (!out.contains('\n') && !deadline.hasExpired()) {
-        if (!m_process.waitForReadyRead(int(deadline.remainingTime())))
-            break;
-        out += m_process.readAllStandardOutput();
+    // The server writes its display number to -displayfd once it accepts connections.
+    m_process.start("/usr/bin/Xvfb", {"-displayfd", "1", "-screen", "0", screenGeometry, "-nolisten", "tcp"});
+    for (QDeadlineTimer deadline(10000); !m_process.canReadLine() && m_process.waitForReadyRead(int(deadline.remainingTime()));) {
     }
-    const QByteArray number = out.trimmed();
-    if (!number.isEmpty())
-        m_display = QStringLiteral(":") + QString::fromLatin1(number);
+    if (m_process.canReadLine())
+        m_display = ":" + QString::fromLatin1(m_process.readLine().trimmed());
 }
 
 XvfbServer::~XvfbServer()

@@ -1,10 +1,10 @@
 #include "ui/HistoryTableModel.h"
 
-#include <QFile>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <filesystem>
 #include <gmock/gmock.h>
 
 using testing::ElementsAre;
@@ -57,10 +57,7 @@ TEST(HistoryTableModel, TilesArriveLaterOnTheirOwnRowsAndAnOverwriteRemakesOnlyT
 
     // The editor saves over the same path; a later time stamp is what a real save leaves.
     ASSERT_TRUE(writePng(square, {50, 50}, Qt::green));
-    QFile file(square);
-    ASSERT_TRUE(file.open(QIODevice::ReadWrite));
-    ASSERT_TRUE(file.setFileTime(QDateTime::currentDateTime().addSecs(5), QFileDevice::FileModificationTime));
-    file.close();
+    std::filesystem::last_write_time(square.toStdString(), std::filesystem::file_time_type::clock::now() + std::chrono::seconds(5));
     changed.clear();
     model.setItems(items({square, wide}));
     EXPECT_EQ(look(model, 0).value(0), blue); // the old tile until the new one is made

@@ -1,5 +1,6 @@
 #include "ui/KeyMappingController.h"
 
+#include "support/TestFiles.h"
 #include "ui/UiTestSupport.h"
 
 #include <QComboBox>
@@ -21,17 +22,10 @@ struct Fixture : KeyboardFakes {
 
     void open(const QByteArray &saved = {})
     {
-        QFile seed(file);
-        if (!saved.isEmpty() && !(seed.open(QIODevice::WriteOnly) && seed.write(saved) == saved.size()))
-            ADD_FAILURE() << "cannot write " << file.toStdString();
-        seed.close();
+        if (!saved.isEmpty())
+            writeFile(file, saved);
         controller = std::make_unique<KeyMappingController>(remapper, screens, file);
         QCoreApplication::processEvents();
-    }
-    QByteArray saved() const
-    {
-        QFile f(file);
-        return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray("(none)");
     }
     QStringList mappings() const { return itemsOf(controller->customMappingsPopup()); }
     QPushButton *button(const QString &title) const
@@ -74,7 +68,7 @@ TEST(KeyMappingController, AddingAMappingSavesAppliesAndUpdatesBothPopupsRefused
     EXPECT_FALSE(QFile::exists(f.file));
     EXPECT_EQ(f.mappings(), QStringList{"Chưa có mapping"});
     f.add("Caps Lock", "Escape");
-    EXPECT_EQ(f.saved(), QByteArray(R"([{"source":"Caps Lock","destination":"Escape"}])"));
+    EXPECT_EQ(readFile(f.file), QByteArray(R"([{"source":"Caps Lock","destination":"Escape"}])"));
     EXPECT_EQ(f.mappings(), QStringList{"Caps Lock  →  Escape"});
     EXPECT_EQ(f.controller->sourceKeyPopup()->count(), 70); // which one goes is the editor's rule
     // In force, so the new mapping reaches the keyboard at once.
@@ -95,11 +89,11 @@ TEST(KeyMappingController, RemovingTheLastMappingBringsBackThePlaceholderAndTheS
     EXPECT_EQ(f.remapper.customMappings().size(), 2); // handed over at construction
     f.controller->customMappingsPopup()->setCurrentIndex(0);
     f.click("×");
-    EXPECT_EQ(f.saved(), QByteArray(R"([{"source":"Tab","destination":"A"}])"));
+    EXPECT_EQ(readFile(f.file), QByteArray(R"([{"source":"Tab","destination":"A"}])"));
     EXPECT_TRUE(itemsOf(f.controller->sourceKeyPopup()).contains("Caps Lock"));
     f.controller->customMappingsPopup()->setCurrentIndex(0);
     f.click("×");
-    EXPECT_EQ(f.saved(), QByteArray("[]"));
+    EXPECT_EQ(readFile(f.file), QByteArray("[]"));
     EXPECT_EQ(f.mappings(), QStringList{"Chưa có mapping"});
     EXPECT_TRUE(f.remapper.customMappings().isEmpty());
 }

@@ -2,11 +2,11 @@
 #include "platform/ffmpeg/FfmpegRecordingBackend.h"
 #include "platform/ffmpeg/FfmpegVideoFrameDecoder.h"
 
-#include <QFile>
+#include "support/TestFiles.h"
+
 #include <QProcess>
 #include <QTemporaryDir>
 #include <cmath>
-#include <gtest/gtest.h>
 #include <vector>
 
 namespace {
@@ -68,12 +68,8 @@ double duration(const QString &path) { return probe(path, "format=duration").mid
 // A file that plays from its start needs its index (moov) before the data, and no fragments.
 void expectPlainMp4(const QString &path)
 {
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-    const QByteArray bytes = file.readAll();
-    EXPECT_GE(bytes.indexOf("moov"), 0);
-    EXPECT_LT(bytes.indexOf("moov"), bytes.indexOf("mdat"));
-    EXPECT_LT(bytes.indexOf("moof"), 0);
+    const QByteArray bytes = readFile(path);
+    EXPECT_TRUE(bytes.contains("moov") && bytes.indexOf("moov") < bytes.indexOf("mdat") && !bytes.contains("moof"));
 }
 
 TEST(FfmpegRecording, FinishedFileIsAnOrdinaryMp4WithBothTracksFromTheFirstFrame)
@@ -127,16 +123,12 @@ TEST(FfmpegRecording, ThumbnailFrameIsTheOneAtTheTimeAskedAndUpright)
         const QRgb a = image.pixel(32, 24), b = colourOf(frame);
         EXPECT_LT(std::abs(qRed(a) - qRed(b)) + std::abs(qGreen(a) - qGreen(b)) + std::abs(qBlue(a) - qBlue(b)), 40) << seconds;
     }
-    QFile file(junk);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly) && file.write(QByteArray(5000, 'x')) == 5000);
-    file.close();
+    writeFile(junk, QByteArray(5000, 'x'));
     for (const auto &[bad, seconds] : {std::pair{path, 5.0}, {dir.filePath("missing.mp4"), 0.2}, {junk, 0.2}})
         EXPECT_TRUE(decoder.frameAt(bad, seconds).isNull()) << bad.toStdString();
 
     // A portrait recording: the MP4 says "turn a quarter clockwise" in its display matrix.
-    QProcess ffmpeg;
-    ffmpeg.start("ffmpeg", {"-v", "error", "-y", "-i", path, "-c", "copy", "-metadata:s:v:0", "rotate=90", rotated});
-    ASSERT_TRUE(ffmpeg.waitForFinished(30000));
+    ASSERT_EQ(QProcess::execute("ffmpeg", {"-v", "error", "-y", "-i", path, "-c", "copy", "-metadata:s:v:0", "rotate=90", rotated}), 0);
     EXPECT_EQ(decoder.frameAt(rotated, 0.2).size(), QSize(48, 64));
 }
 
@@ -149,7 +141,7 @@ TEST(FfmpegRecording, AnInterruptedFilePlaysAndIsFinishedInPlace)
     EXPECT_EQ(backend.finishInterrupted(path), RecordingBackend::Recovery::finished);
     EXPECT_NEAR(duration(path), 5.0, 1.1);
     expectPlainMp4(path);
-    QFile(empty).open(QIODevice::WriteOnly);
+    writeFile(empty, {});
     EXPECT_EQ(backend.finishInterrupted(empty), RecordingBackend::Recovery::empty);
 }
 
