@@ -4,6 +4,7 @@
 #include <QGuiApplication>
 #include <QProcess>
 #include <QTemporaryDir>
+#include <QTest>
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -24,9 +25,9 @@ protected:
         for (const char *name : {"HOME", "XDG_CONFIG_HOME", "XDG_CACHE_HOME"})
             environment.insert(name, settings.path());
         windowManager.setProcessEnvironment(environment);
-        windowManager.start("/usr/bin/openbox", {"--sm-disable"});
-        ASSERT_TRUE(windowManager.waitForStarted());
-        ASSERT_TRUE(windowManagerServes());
+        // The startup command runs once the manager has taken over the display.
+        windowManager.start("/usr/bin/openbox", {"--sm-disable", "--startup", "touch " + settings.filePath("up")});
+        ASSERT_TRUE(QTest::qWaitFor([&] { return QFile::exists(settings.filePath("up")); }, 10000));
         registry = std::make_unique<X11ApplicationRegistry>(
             qGuiApp->nativeInterface<QNativeInterface::QX11Application>()->connection(), display.root(), ownPid, ownName);
     }
@@ -40,27 +41,6 @@ protected:
         windowManager.waitForFinished();
     }
 
-    // A manager serves requests once it answers a _NET_REQUEST_FRAME_EXTENTS, which it only
-    // does from its main loop; one still starting may drop the request, so it is repeated.
-    bool windowManagerServes()
-    {
-        xcb_connection_t *c = display.connection();
-        const xcb_window_t probe = xcb_generate_id(c);
-        xcb_create_window(c, XCB_COPY_FROM_PARENT, probe, display.root(), 0, 0, 1, 1, 0, XCB_WINDOW_CLASS_INPUT_OUTPUT,
-                          XCB_COPY_FROM_PARENT, 0, nullptr);
-        const xcb_client_message_event_t request{.response_type = XCB_CLIENT_MESSAGE, .format = 32, .sequence = 0, .window = probe,
-                                                 .type = display.properties().atom("_NET_REQUEST_FRAME_EXTENTS"), .data = {}};
-        bool serving = false;
-        for (int attempt = 0; !serving && attempt < 100; ++attempt) {
-            xcb_send_event(c, 0, display.root(), XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
-                           reinterpret_cast<const char *>(&request));
-            xcb_flush(c);
-            serving = display.waitUntil(
-                [&] { return !display.properties().cardinals(probe, display.properties().atom("_NET_FRAME_EXTENTS"), XCB_ATOM_CARDINAL).empty(); }, 100);
-        }
-        xcb_destroy_window(c, probe);
-        return serving;
-    }
     qint64 openWindow(const QString &title, const QString &type = "normal")
     {
         windows.push_back(std::make_unique<QProcess>());

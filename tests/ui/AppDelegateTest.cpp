@@ -18,26 +18,19 @@ struct Fixture {
     FakeProcessRunner *processes = new FakeProcessRunner;
     FakeHotKeyService *hotKeys = new FakeHotKeyService;
     FakeApplicationRegistry *applications = new FakeApplicationRegistry;
-    Platform platform;
-    std::unique_ptr<AppDelegate> delegate;
+    Platform platform{.tools = {.keymapTool = "/opt/vistrel/vistrel-keymap", .permissionReset = {}}, .processes = std::unique_ptr<ProcessRunner>(processes),
+                      .hotKeys = std::unique_ptr<HotKeyService>(hotKeys), .applications = std::unique_ptr<ApplicationRegistry>(applications),
+                      .keys = std::make_unique<FakeKeySynthesizer>(), .screenGrabber = std::make_unique<FakeScreenGrabber>(),
+                      .screens = std::make_unique<FakeScreenEnvironment>(), .clipboard = std::make_unique<FakeClipboard>(),
+                      .windowExits = std::make_unique<WindowExitWatcher>(), .recording = std::make_unique<FakeRecordingBackend>(),
+                      .videoFrames = {}, .windowList = std::make_unique<FakeWindowList>(), .pointer = std::make_unique<FakePointerInput>(),
+                      .keyState = std::make_unique<FakeKeyStateReader>()};
+    AppPaths paths{dir.filePath("support"), dir.filePath("documents"), dir.filePath("Desktop")};
+    std::unique_ptr<AppDelegate> delegate = std::make_unique<AppDelegate>(platform, paths);
 
     explicit Fixture(int toolExitCode = 0)
     {
         processes->defaultResult = FakeProcessRunner::exited(toolExitCode);
-        platform.tools.keymapTool = "/opt/vistrel/vistrel-keymap";
-        platform.processes.reset(processes);
-        platform.hotKeys.reset(hotKeys);
-        platform.applications.reset(applications);
-        platform.keys = std::make_unique<FakeKeySynthesizer>();
-        platform.screenGrabber = std::make_unique<FakeScreenGrabber>();
-        platform.screens = std::make_unique<FakeScreenEnvironment>();
-        platform.clipboard = std::make_unique<FakeClipboard>();
-        platform.windowExits = std::make_unique<WindowExitWatcher>();
-        platform.recording = std::make_unique<FakeRecordingBackend>();
-        platform.windowList = std::make_unique<FakeWindowList>();
-        platform.pointer = std::make_unique<FakePointerInput>();
-        platform.keyState = std::make_unique<FakeKeyStateReader>();
-        delegate = std::make_unique<AppDelegate>(platform, AppPaths{dir.filePath("support"), dir.filePath("documents"), dir.filePath("Desktop")});
         delegate->applicationDidFinishLaunching();
         QCoreApplication::processEvents(); // the turn on which the remapper starts
     }
