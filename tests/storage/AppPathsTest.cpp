@@ -24,7 +24,8 @@ Files contents(const QString &root)
     return files;
 }
 
-const Files legacyFiles = {{"history.db", "old history"}, {".hidden", "h"}, {"Recordings/Recording_1.mp4", "mp4"}};
+// latest.db is a link to history.db.
+const Files legacyFiles = {{"history.db", "old history"}, {"latest.db", "old history"}, {".hidden", "h"}, {"Recordings/Recording_1.mp4", "mp4"}};
 const Files currentFiles = {{"key-mappings.json", "[]"}};
 
 TEST(AppPaths, MigratesOnlyWhenTheNewFolderIsMissing)
@@ -42,7 +43,8 @@ TEST(AppPaths, MigratesOnlyWhenTheNewFolderIsMissing)
         const QString legacy = base.filePath("Tarnwick");
         const QString current = base.filePath("Vistrel");
         for (const auto &[name, bytes] : legacyFiles.asKeyValueRange())
-            c.legacy ? writeFile(legacy + "/" + name, bytes) : void();
+            if (c.legacy)
+                name == "latest.db" ? void(QFile::link("history.db", legacy + "/" + name)) : writeFile(legacy + "/" + name, bytes);
         for (const auto &[name, bytes] : currentFiles.asKeyValueRange())
             c.current ? writeFile(current + "/" + name, bytes) : void();
         Moves moves;
