@@ -2,6 +2,7 @@
 #include "platform/WindowExitWatcher.h"
 #include "platform/fake/FakeClipboard.h"
 #include "storage/HistoryDatabase.h"
+#include "ui/HistoryTableModel.h"
 #include "ui/HistoryTableView.h"
 #include "ui/MainWindow.h"
 #include "ui/MainWindowController.h"
@@ -48,6 +49,12 @@ TEST(MainWindowController, OneWindowKeepsItsShapeThroughHideAndShowAndListsTheNe
     EXPECT_TRUE(f.controller.isWindowVisible());
     w->hide();
 
+    // Video tiles come from the frame reader the app hands in.
+    f.controller.setVideoFrameReader([](const QString &, double) {
+        QImage frame(160, 90, QImage::Format_RGB32);
+        frame.fill(Qt::red);
+        return frame;
+    });
     // History changes reload the newest rows first.
     f.database.add(CaptureKind::screenshot, f.dir.filePath("Desktop/Screenshot_1.png"));
     f.database.add(CaptureKind::video, f.dir.filePath("Documents/Recordings/Recording_1.mp4"));
@@ -61,6 +68,10 @@ TEST(MainWindowController, OneWindowKeepsItsShapeThroughHideAndShowAndListsTheNe
     EXPECT_EQ(cell(1, 3, Qt::EditRole), QString());
     EXPECT_EQ(model->headerData(3, Qt::Horizontal).toString(), QStringLiteral("Tệp"));
     EXPECT_FALSE(model->headerData(model->columnCount(), Qt::Horizontal).isValid());
+    EXPECT_TRUE(QTest::qWaitFor([&] {
+        const QImage tile = model->index(0, HistoryTableModel::thumb).data(Qt::DecorationRole).value<QImage>();
+        return !tile.isNull() && tile.pixelColor(tile.width() / 2, tile.height() / 2) == QColor(Qt::red);
+    }, 10000));
 }
 
 TEST(HistoryTableView, CopyShortcutGoesToTheHandler)
