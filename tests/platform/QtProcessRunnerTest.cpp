@@ -1,9 +1,8 @@
 #include "platform/x11/QtProcessRunner.h"
 
-#include <QFile>
-#include <QTemporaryDir>
+#include "support/TestFiles.h"
+
 #include <QTest>
-#include <gtest/gtest.h>
 #include <unistd.h>
 
 TEST(QtProcessRunner, RunsTheExactProgramAndReportsHowItEnded)
@@ -57,10 +56,8 @@ TEST(QtProcessRunner, CompanionReadsEndOfFileHoweverWeLeave)
             EXPECT_FALSE(companion->isRunning());
         }
         companion.reset();   // either way waits for the child to exit
-        QFile read(record), session(record + ".session");
-        ASSERT_TRUE(read.open(QIODevice::ReadOnly) && session.open(QIODevice::ReadOnly));
-        EXPECT_EQ(read.readAll(), finish ? "stop\n" : "");
-        EXPECT_NE(session.readAll().trimmed().toLongLong(), qint64(getsid(0)))
+        EXPECT_EQ(readFile(record), finish ? "stop\n" : "");
+        EXPECT_NE(readFile(record + ".session").trimmed().toLongLong(), qint64(getsid(0)))
             << "the companion shares our session, so a signal to our group would end it";
     }
     EXPECT_FALSE(runner.startCompanion("sh", {}));

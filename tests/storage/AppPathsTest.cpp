@@ -4,8 +4,6 @@
 
 #include <QDirIterator>
 #include <QMap>
-#include <QTemporaryDir>
-#include <gtest/gtest.h>
 
 namespace {
 

@@ -1,9 +1,6 @@
 #include "storage/AtomicFile.h"
 #include "support/TestFiles.h"
 
-#include <QTemporaryDir>
-#include <gtest/gtest.h>
-
 #include <csignal>
 #include <sys/resource.h>
 

@@ -2,7 +2,6 @@
 #include "ScopedEnv.h"
 #include "support/TestFiles.h"
 
-#include <QTemporaryDir>
 #include <QTimeZone>
 
 namespace {

@@ -3,9 +3,7 @@
 #include "support/TestFiles.h"
 
 #include <QRandomGenerator>
-#include <QTemporaryDir>
 #include <QTimeZone>
-#include <gtest/gtest.h>
 #include <sqlite3.h>
 
 namespace {

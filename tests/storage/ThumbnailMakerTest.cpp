@@ -1,8 +1,6 @@
 #include "storage/ThumbnailMaker.h"
 #include "support/TestFiles.h"
 
-#include <QTemporaryDir>
-
 #include <cstdlib>
 
 namespace {

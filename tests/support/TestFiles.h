@@ -3,9 +3,10 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QTemporaryDir>
 #include <gtest/gtest.h>
 
-// Whole files for arranging and checking a test; parent folders are made on the way.
+// Whole files for arranging and checking a test in a temporary folder; parent folders are made.
 inline void writeFile(const QString &path, const QByteArray &bytes)
 {
     QDir().mkpath(QFileInfo(path).path());

@@ -5,7 +5,6 @@
 #include "support/TestFiles.h"
 
 #include <QProcess>
-#include <QTemporaryDir>
 #include <cmath>
 #include <vector>
 
