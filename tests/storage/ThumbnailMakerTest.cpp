@@ -17,11 +17,7 @@ bool near(QColor a, QColor b, int tolerance)
 // Videos read through a stand-in decoder: "clip.mp4" has a 16:9 frame at 0.2 s.
 QImage videoFrame(const QString &path, double seconds)
 {
-    if (!path.endsWith("clip.mp4") || seconds != ThumbnailMaker::videoFrameSeconds)
-        return {};
-    QImage frame(160, 90, QImage::Format_RGB32);
-    frame.fill(paint);
-    return frame;
+    return path.endsWith("clip.mp4") && seconds == ThumbnailMaker::videoFrameSeconds ? filled({160, 90}, paint) : QImage();
 }
 
 QImage thumbnail(CaptureKind kind, const QString &path, qreal ratio)
@@ -64,8 +60,7 @@ TEST(ThumbnailMaker, FitsTheImageCentredOnTheBackgroundAtDevicePixels)
     QTemporaryDir dir;
     for (const Case &c : cases) {
         SCOPED_TRACE(c.name);
-        QImage source(c.source, QImage::Format_RGB32);
-        source.fill(paint);
+        const QImage source = filled(c.source, paint);
         const QString path = c.source.isEmpty() ? QStringLiteral("/videos/clip.mp4")
                                                 : dir.filePath(QStringLiteral("%1x%2.png").arg(c.source.width()).arg(c.source.height()));
         ASSERT_TRUE(c.source.isEmpty() || source.save(path));
@@ -107,9 +102,7 @@ TEST(ThumbnailMaker, StaysSharpAt2x)
 TEST(ThumbnailMaker, DrawsThePlaceholderForAnythingItCannotShow)
 {
     QTemporaryDir dir;
-    QImage picture(40, 40, QImage::Format_RGB32);
-    picture.fill(paint);
-    ASSERT_TRUE(picture.save(dir.filePath("picture.png")));
+    ASSERT_TRUE(filled({40, 40}, paint).save(dir.filePath("picture.png")));
     writeFile(dir.filePath("notes.png"), "not a picture");
     struct Case { const char *name; CaptureKind kind; QString path; qreal ratio; };
     const Case cases[] = {

@@ -1,7 +1,7 @@
 #include "ui/HistoryTableModel.h"
+#include "support/TestFiles.h"
 
 #include <QSignalSpy>
-#include <QTemporaryDir>
 #include <QTest>
 
 #include <filesystem>
@@ -11,13 +11,6 @@ using testing::ElementsAre;
 using testing::Ne;
 
 namespace {
-
-bool writePng(const QString &path, QSize size, QColor colour)
-{
-    QImage image(size, QImage::Format_RGB32);
-    image.fill(colour);
-    return image.save(path);
-}
 
 // The tile's colour in its middle and near its left and top edges, where a letter box shows.
 QStringList look(const HistoryTableModel &model, int row)
@@ -34,8 +27,8 @@ TEST(HistoryTableModel, TilesArriveLaterOnTheirOwnRowsAndAnOverwriteRemakesOnlyT
 {
     QTemporaryDir dir;
     const QString wide = dir.filePath("wide.png"), square = dir.filePath("square.png");
-    ASSERT_TRUE(writePng(wide, {1600, 400}, Qt::red));
-    ASSERT_TRUE(writePng(square, {50, 50}, Qt::blue));
+    ASSERT_TRUE(filled({1600, 400}, Qt::red).save(wide));
+    ASSERT_TRUE(filled({50, 50}, Qt::blue).save(square));
     const auto items = [](const QStringList &paths) {
         QList<CaptureItem> list;
         for (const QString &path : paths)
@@ -56,7 +49,7 @@ TEST(HistoryTableModel, TilesArriveLaterOnTheirOwnRowsAndAnOverwriteRemakesOnlyT
     EXPECT_THAT(look(model, 1), ElementsAre(red, red, Ne(red)));
 
     // The editor saves over the same path; a later time stamp is what a real save leaves.
-    ASSERT_TRUE(writePng(square, {50, 50}, Qt::green));
+    ASSERT_TRUE(filled({50, 50}, Qt::green).save(square));
     std::filesystem::last_write_time(square.toStdString(), std::filesystem::file_time_type::clock::now() + std::chrono::seconds(5));
     changed.clear();
     model.setItems(items({square, wide}));

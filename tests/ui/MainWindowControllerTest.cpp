@@ -7,6 +7,7 @@
 #include "ui/MainWindow.h"
 #include "ui/MainWindowController.h"
 
+#include "support/TestFiles.h"
 #include "ui/UiTestSupport.h"
 
 #include <QDesktopServices>
@@ -50,11 +51,7 @@ TEST(MainWindowController, OneWindowKeepsItsShapeThroughHideAndShowAndListsTheNe
     w->hide();
 
     // Video tiles come from the frame reader the app hands in.
-    f.controller.setVideoFrameReader([](const QString &, double) {
-        QImage frame(160, 90, QImage::Format_RGB32);
-        frame.fill(Qt::red);
-        return frame;
-    });
+    f.controller.setVideoFrameReader([](const QString &, double) { return filled({160, 90}, Qt::red); });
     // History changes reload the newest rows first.
     f.database.add(CaptureKind::screenshot, f.dir.filePath("Desktop/Screenshot_1.png"));
     f.database.add(CaptureKind::video, f.dir.filePath("Documents/Recordings/Recording_1.mp4"));
@@ -90,8 +87,7 @@ TEST(MainWindowController, CopyAndOpenActOnTheSelectedRow)
 {
     Fixture f;
     const QString shot = f.dir.filePath("Screenshot_1.png");
-    QImage image(40, 30, QImage::Format_RGB32);
-    image.fill(Qt::red);
+    const QImage image = filled({40, 30}, Qt::red);
     ASSERT_TRUE(image.save(shot));
     // Newest first: the video, the missing screenshot, the real one.
     f.database.add(CaptureKind::screenshot, shot);

@@ -20,10 +20,8 @@ QRgb colourOf(int n)
 // A screen frame that lends the image's pixels.
 MediaSample frameOf(const QImage &image, std::int64_t at)
 {
-    MediaSample f;
-    std::tie(f.type, f.presentationMicros, f.data, f.width, f.height, f.bytesPerLine) =
-        std::tuple(MediaSample::Type::screen, at, image.constBits(), image.width(), image.height(), int(image.bytesPerLine()));
-    return f;
+    return {.type = MediaSample::Type::screen, .frameStatus = {}, .presentationMicros = at, .data = image.constBits(),
+            .width = image.width(), .height = image.height(), .bytesPerLine = int(image.bytesPerLine()), .keepAlive = {}};
 }
 
 // Frames at 30 per second from 5 s on, with a 1 kHz tone starting 0.2 s before the first.
@@ -40,14 +38,10 @@ void write(const QString &path, int frames = 30, QSize source = {64, 48}, QSize 
     std::int64_t audioAt = t0 - 200'000;
     for (int n = 0; n < frames; ++n) {
         const std::int64_t at = t0 + n * 1'000'000 / 30;
-        for (; audioAt < at + 33'333; audioAt += 10'000) {
-            MediaSample a;
-            std::tie(a.type, a.presentationMicros, a.data, a.frameCount) =
-                std::tuple(MediaSample::Type::audio, audioAt, reinterpret_cast<const std::uint8_t *>(tone.data()), 480);
-            ASSERT_TRUE(writer.appendAudio(a));
-        }
-        QImage image(source, QImage::Format_ARGB32);
-        image.fill(colourOf(n));
+        for (; audioAt < at + 33'333; audioAt += 10'000)
+            ASSERT_TRUE(writer.appendAudio({.type = MediaSample::Type::audio, .frameStatus = {}, .presentationMicros = audioAt,
+                                            .data = reinterpret_cast<const std::uint8_t *>(tone.data()), .frameCount = 480, .keepAlive = {}}));
+        const QImage image = filled(source, colourOf(n), QImage::Format_ARGB32);
         ASSERT_TRUE(writer.appendVideo(frameOf(image, at)));
     }
     EXPECT_TRUE(!finish || writer.finishWriting());
@@ -99,8 +93,7 @@ TEST(FfmpegRecording, JitteredFramesTakeTheNearestFreeTickAtMostOneEarly)
     FfmpegMediaWriter writer(path, {{64, 48}, {64, 48}, 30, 48000, 2});
     ASSERT_TRUE(writer.startWriting());
     writer.startSession(0);
-    QImage image(64, 48, QImage::Format_ARGB32);
-    image.fill(Qt::gray);
+    const QImage image = filled({64, 48}, Qt::gray, QImage::Format_ARGB32);
     // In frame ticks: 2.6 takes the nearest tick, 3; 3.4 finds it taken and moves on to 4,
     // at most one tick early, and 4.0 to 5; 4.1 and 4.2 would be two early and are left out.
     for (double tick : {0.0, 1.0, 2.6, 3.4, 4.0, 4.1, 4.2, 6.0})
