@@ -76,17 +76,27 @@ TEST(UserKeyMapping, RejectsBadPropertiesWithOneLine)
 }
 
 // What the app sends is what the tool reads: the app's property goes through the tool's own parser.
-TEST(UserKeyMapping, ReadsTheUsagesTheAppSendsInTheOrderTheToolAppliesThem)
+TEST(UserKeyMapping, CustomMappingsTheAppSendsSortFirstAndOverrideTheSwap)
 {
-    FakeProcessRunner processes;
-    FakeHotKeyService hotKeys;
-    KeyRemapper remapper(processes, hotKeys, QStringLiteral("vistrel-keymap"));
-    remapper.setCustomMappings({{"Caps Lock", "Escape"}, {"Command trái", "Option trái"}});
-    const ParsedMapping parsed = parseUserKeyMapping(remapper.mappingProperty(true));
-    ASSERT_TRUE(parsed.ok()) << parsed.error.toStdString();
-    EXPECT_EQ(parsed.mappings, (std::vector<UsageMapping>{{0x39, 0x29}, {0xE0, 0xE3}, {0xE3, 0xE2}, {0xE4, 0xE7}, {0xE7, 0xE4}}));
-    const ParsedMapping off = parseUserKeyMapping(remapper.mappingProperty(false));
-    EXPECT_TRUE(off.ok() && off.mappings.empty());
+    using Mappings = std::vector<UsageMapping>;
+    const Mappings swap{{0xE0, 0xE3}, {0xE3, 0xE0}, {0xE4, 0xE7}, {0xE7, 0xE4}};
+    const struct { const char *name; QList<MacCustomKeyMapping> custom; bool enabled; Mappings expected; } cases[] = {
+        {"unknown and identity leave the swap alone", {{"F13", "A"}, {"A", "A"}}, true, swap},
+        {"custom sorts first and overrides the swap", {{"Caps Lock", "Escape"}, {"Command trái", "Option trái"}}, true,
+         {{0x39, 0x29}, {0xE0, 0xE3}, {0xE3, 0xE2}, {0xE4, 0xE7}, {0xE7, 0xE4}}},
+        {"later custom wins", {{"Caps Lock", "Escape"}, {"Caps Lock", "Tab"}}, true,
+         {{0x39, 0x2B}, {0xE0, 0xE3}, {0xE3, 0xE0}, {0xE4, 0xE7}, {0xE7, 0xE4}}},
+        {"disabled", {{"Caps Lock", "Escape"}}, false, {}},
+    };
+    for (const auto &c : cases) {
+        FakeProcessRunner processes;
+        FakeHotKeyService hotKeys;
+        KeyRemapper remapper(processes, hotKeys, "vistrel-keymap");
+        remapper.setCustomMappings(c.custom);
+        const ParsedMapping parsed = parseUserKeyMapping(remapper.mappingProperty(c.enabled));
+        EXPECT_TRUE(parsed.ok()) << c.name << ": " << parsed.error.toStdString();
+        EXPECT_EQ(parsed.mappings, c.expected) << c.name;
+    }
 }
 
 TEST(UserKeyMapping, LaterEntryForTheSameSourceWins)
