@@ -2,9 +2,9 @@
 #include "platform/fake/FakeProcessRunner.h"
 #include "support/TestFiles.h"
 
-#include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QTemporaryDir>
+#include <QTest>
 #include <gtest/gtest.h>
 
 namespace {
@@ -70,14 +70,6 @@ struct Sandbox {
                                              root + "/support"),
                 processes, permissionTool, [this] { ++terminations; }};
     }
-    int terminationsWithin(int milliseconds)
-    {
-        QElapsedTimer clock;
-        clock.start();
-        while (terminations == 0 && clock.elapsed() < milliseconds)
-            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 20);
-        return terminations;
-    }
 };
 
 TEST(LaunchHousekeeping, RelocationReplacesTheOlderCopyStartsTheNewOneAndEndsHalfASecondLater)
@@ -99,7 +91,8 @@ TEST(LaunchHousekeeping, RelocationReplacesTheOlderCopyStartsTheNewOneAndEndsHal
         EXPECT_EQ(box.processes.calls, (blocked ? QList<FakeProcessRunner::Call>{}
                                                 : QList<FakeProcessRunner::Call>{{box.target + "/bin/vistrel", {}, true}}));
         EXPECT_EQ(box.terminations, 0);
-        EXPECT_EQ(box.terminationsWithin(moved ? 3000 : 700), int(moved));
+        EXPECT_EQ(QTest::qWaitFor([&] { return box.terminations > 0; }, moved ? 3000 : 700), moved);
+        EXPECT_EQ(box.terminations, int(moved));
         if (moved) {
             EXPECT_GE(clock.elapsed(), 450);
             EXPECT_EQ(readFile(box.target + "/bin/vistrel"), "new app");
