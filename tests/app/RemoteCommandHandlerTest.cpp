@@ -27,10 +27,7 @@ struct App {
         [this](bool on) { calls.append(on ? "mapping on" : "mapping off"); return mappingInForce; },
         [this] { calls.append("quit"); },
     }};
-    void handle(RemoteCommand command)
-    {
-        handler.handle(command, [this](const RemoteReply &r) { replies.append(r); });
-    }
+    void handle(RemoteCommand command) { handler.handle(command, [this](const RemoteReply &r) { replies.append(r); }); }
 };
 
 TEST(RemoteCommandHandler, CapturesTakeTheHotKeyPathAndAnswerWhenTheirOwnFlowEnds)

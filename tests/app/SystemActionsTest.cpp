@@ -72,6 +72,7 @@ TEST(SystemActions, CallerNeverWaitsQuickLocksOverlapAndDestructionWaits)
         const Clock::time_point start = Clock::now();
         QFuture<void> first = actions.lockScreen(), second = actions.lockScreen();
         EXPECT_LT(Clock::now() - start, std::chrono::milliseconds(200));
+        EXPECT_TRUE(first.isStarted());   // a watcher hears of the lock while it runs
         first.waitForFinished();
         second.waitForFinished();
         // Side by side, the two pauses overlap instead of adding up.

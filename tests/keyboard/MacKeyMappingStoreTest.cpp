@@ -12,8 +12,7 @@ using Pairs = QList<std::pair<quint64, quint64>>;
 TEST(MacKeyCatalogue, SeventyOneDistinctKeysInOrder)
 {
     // Hand-written entries, and the ends of each generated run.
-    struct Case { QString name; quint64 usage; qsizetype position; };
-    const Case cases[] = {
+    const struct { QString name; quint64 usage; qsizetype position; } cases[] = {
         {"Control trái", 224, 0}, {"Control phải", 228, 1}, {"Shift trái", 225, 2}, {"Option phải", 230, 5},
         {"Command trái", 227, 6}, {"Command phải", 231, 7}, {"Caps Lock", 57, 8}, {"Space", 44, 9},
         {"Forward Delete", 76, 14}, {"Page Down", 78, 18}, {"←", 80, 19}, {"↑", 82, 20}, {"→", 79, 21},
@@ -21,7 +20,7 @@ TEST(MacKeyCatalogue, SeventyOneDistinctKeysInOrder)
     };
     const QList<MacKeyOption> &keys = MacKeyMappingStore::keys();
     ASSERT_EQ(keys.size(), 71);
-    for (const Case &c : cases) {
+    for (const auto &c : cases) {
         SCOPED_TRACE(c.name.toStdString());
         const MacKeyOption *found = MacKeyMappingStore::find(c.name);
         ASSERT_NE(found, nullptr);
@@ -43,8 +42,7 @@ TEST(MacKeyCatalogue, SeventyOneDistinctKeysInOrder)
 // A file that does not load reads as no mappings, and the first save keeps it aside.
 TEST(MacKeyMappingFile, LoadsAllOrNothingAndKeepsADamagedFileOnce)
 {
-    struct Case { const char *label; std::optional<QByteArray> content; QList<MacCustomKeyMapping> expected; bool damaged; };
-    const Case cases[] = {
+    const struct { const char *label; std::optional<QByteArray> content; QList<MacCustomKeyMapping> expected; bool damaged; } cases[] = {
         {"members in any order, extras ignored",
          R"([{"destination":"Escape","note":1,"source":"Caps Lock"},{"source":"F13","destination":"A"}])",
          {{"Caps Lock", "Escape"}, {"F13", "A"}}, false},
@@ -57,7 +55,7 @@ TEST(MacKeyMappingFile, LoadsAllOrNothingAndKeepsADamagedFileOnce)
         {"non-string member", R"([{"source":"A","destination":1}])", {}, true},
         {"element not an object", R"([{"source":"A","destination":"B"},"C"])", {}, true},
     };
-    for (const Case &c : cases) {
+    for (const auto &c : cases) {
         SCOPED_TRACE(c.label);
         QTemporaryDir dir;
         const QString path = dir.filePath("key-mappings.json");
@@ -75,8 +73,7 @@ TEST(MacKeyMappingFile, LoadsAllOrNothingAndKeepsADamagedFileOnce)
 
 TEST(MacKeyMappingFile, SavesCompactlyAndRoundTripsIntoTheFolderFilePathMakes)
 {
-    struct Case { QList<MacCustomKeyMapping> mappings; QByteArray bytes; };
-    const Case cases[] = {
+    const struct { QList<MacCustomKeyMapping> mappings; QByteArray bytes; } cases[] = {
         {{}, "[]"},
         {{{"Caps Lock", "Escape"}}, R"([{"source":"Caps Lock","destination":"Escape"}])"},
         // Unknown names are kept; only resolution drops them.
@@ -84,7 +81,7 @@ TEST(MacKeyMappingFile, SavesCompactlyAndRoundTripsIntoTheFolderFilePathMakes)
          "[{\"source\":\"F13 \\\\\",\"destination\":\"Mission \\\"Control\\\"\"},"
          "{\"source\":\"Command phải\",\"destination\":\"↓\"}]"},
     };
-    for (const Case &c : cases) {
+    for (const auto &c : cases) {
         SCOPED_TRACE(c.bytes.toStdString());
         QTemporaryDir dir;
         const QString path = dir.filePath("key-mappings.json");
@@ -104,8 +101,7 @@ TEST(MacKeyMappingFile, SavesCompactlyAndRoundTripsIntoTheFolderFilePathMakes)
 
 TEST(MacKeyMappingResolution, SkipsUnknownAndIdentityAndKeepsOrder)
 {
-    struct Case { const char *label; QList<MacCustomKeyMapping> mappings; Pairs pairs; };
-    const Case cases[] = {
+    const struct { const char *label; QList<MacCustomKeyMapping> mappings; Pairs pairs; } cases[] = {
         {"one", {{"Caps Lock", "Escape"}}, {{57, 41}}},
         {"identity", {{"Caps Lock", "Caps Lock"}}, {}},
         {"unknown source", {{"F13", "A"}}, {}},
@@ -115,7 +111,7 @@ TEST(MacKeyMappingResolution, SkipsUnknownAndIdentityAndKeepsOrder)
         {"same source twice", {{"Caps Lock", "Escape"}, {"B", "B"}, {"Caps Lock", "Tab"}},
          {{57, 41}, {57, 43}}},
     };
-    for (const Case &c : cases)
+    for (const auto &c : cases)
         EXPECT_EQ(MacKeyMappingStore::resolved(c.mappings), c.pairs) << c.label;
 }
 
