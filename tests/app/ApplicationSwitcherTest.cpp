@@ -5,10 +5,7 @@
 
 namespace {
 
-RunningApplication app(qint64 pid, bool regular = true, bool terminated = false)
-{
-    return {pid, QStringLiteral("app %1").arg(pid), terminated, regular};
-}
+RunningApplication app(qint64 pid, bool regular = true, bool terminated = false) { return {pid, "app", terminated, regular}; }
 
 TEST(ApplicationSwitcher, ActivatesNeighbourInPidOrder)
 {

@@ -30,8 +30,6 @@ QList<Registration> withoutHandles(QList<Registration> list)
     return list;
 }
 
-enum class Action { start, stop, enable, setMappings, killCompanion };
-
 struct Fixture {
     FakeProcessRunner processes;
     FakeHotKeyService hotKeys;
@@ -42,16 +40,6 @@ struct Fixture {
     {
         remapper->stateHandler = [this](bool running, bool trusted) { reports.append({running, trusted}); };
         remapper->commandHandler = [this](BridgeCommand c) { delivered.append(c); };
-    }
-    void act(Action action)
-    {
-        switch (action) {
-        case Action::start: remapper->start(); break;
-        case Action::stop: remapper->stop(); break;
-        case Action::enable: remapper->enable(); break;
-        case Action::setMappings: remapper->setCustomMappings({{"Caps Lock", "Escape"}}); break;
-        case Action::killCompanion: processes.companions->last().running = false; break;
-        }
     }
     // The tool's last run (not a detached start) set this property.
     void expectLastRunSets(const QByteArray &json) const
@@ -64,7 +52,7 @@ struct Fixture {
 constexpr quint32 noHotKeys = 0;
 
 struct Step {
-    Action action;
+    void (*action)(Fixture &);
     std::optional<int> toolExit;   // what the tool does if run; nullopt: cannot start
     bool running, requested;
     qsizetype toolRuns;            // total so far
@@ -77,7 +65,10 @@ struct Step {
 TEST(KeyRemapperStates, ScenariosFollowTheTransitionTable)
 {
     const Reports on = {{true, true}}, off = {{false, true}};
-    const auto start = Action::start, stop = Action::stop, kill = Action::killCompanion;
+    const auto start = +[](Fixture &f) { f.remapper->start(); }, stop = +[](Fixture &f) { f.remapper->stop(); };
+    const auto enable = +[](Fixture &f) { f.remapper->enable(); };
+    const auto setMappings = +[](Fixture &f) { f.remapper->setCustomMappings({{"Caps Lock", "Escape"}}); };
+    const auto kill = +[](Fixture &f) { f.processes.companions->last().running = false; };
     struct Scenario { const char *label; QList<Step> steps; };
     const Scenario scenarios[] = {
         {"second start runs nothing",
@@ -93,15 +84,15 @@ TEST(KeyRemapperStates, ScenariosFollowTheTransitionTable)
         {"enable after stop tries at once with a fresh companion",
          {{start, 0, true, true, 1, "on", control, on, {true}}, {stop, 0, false, false, 2, "off", command, off, {false}},
           {start, 0, false, false, 2, "off", command, {}, {false}},
-          {Action::enable, 0, true, true, 3, "on", control, on, {false, true}}}},
+          {enable, 0, true, true, 3, "on", control, on, {false, true}}}},
         {"a killed companion is replaced on the next tick",
          {{start, 0, true, true, 1, "on", control, on, {true}}, {kill, 0, true, true, 1, "on", control, {}, {false}},
           {start, 0, true, true, 1, "on", control, {}, {false, true}}}},
         {"mappings while running are re-applied, failure keeps running",
          {{start, 0, true, true, 1, "on", control, on, {true}},
-          {Action::setMappings, 1, true, true, 2, "on", control, {}, {true}}}},
+          {setMappings, 1, true, true, 2, "on", control, {}, {true}}}},
         {"mappings while not running are only stored",
-         {{Action::setMappings, 0, false, true, 0, "", noHotKeys, {}, {}}, {start, 0, true, true, 1, "on", control, on, {true}}}},
+         {{setMappings, 0, false, true, 0, "", noHotKeys, {}, {}}, {start, 0, true, true, 1, "on", control, on, {true}}}},
     };
     for (const Scenario &s : scenarios) {
         Fixture f;
@@ -111,7 +102,7 @@ TEST(KeyRemapperStates, ScenariosFollowTheTransitionTable)
             f.processes.defaultResult = step.toolExit ? FakeProcessRunner::exited(*step.toolExit)
                                                       : FakeProcessRunner::failedToStart();
             f.reports.clear();
-            f.act(step.action);
+            step.action(f);
             EXPECT_EQ(f.remapper->isRunning(), step.running);
             EXPECT_EQ(f.remapper->isRequested(), step.requested);
             EXPECT_EQ(f.processes.runCount(), step.toolRuns);

@@ -11,10 +11,7 @@ inline QByteArray entry(quint64 source, quint64 destination)
         + ",\"HIDKeyboardModifierMappingDst\":" + QByteArray::number(destination) + "}";
 }
 
-inline QByteArray property(const QByteArrayList &entries)
-{
-    return "{\"UserKeyMapping\":[" + entries.join(',') + "]}";
-}
+inline QByteArray property(const QByteArrayList &entries) { return "{\"UserKeyMapping\":[" + entries.join(',') + "]}"; }
 
 // From (source, destination) usages of the keyboard page.
 inline QByteArray usages(std::initializer_list<std::pair<quint32, quint32>> pairs)
