@@ -372,6 +372,8 @@ TEST_F(KeymapToolX11Test, AnotherLayoutGetsTheMappingBackAndBecomesTheOriginal)
     EXPECT_NE(snapshot(), reapplied);
 
     // Without a watcher, a set after another layout plans on that layout too.
+    watcher->kill();
+    ASSERT_TRUE(watcher->waitForFinished(5000));
     ASSERT_EQ(set(kWindowsMode).exitCode, 0);
     ASSERT_NO_FATAL_FAILURE(loadLayout("us"));
     const std::vector<std::string> american = snapshot();
