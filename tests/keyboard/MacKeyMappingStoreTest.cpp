@@ -39,21 +39,27 @@ TEST(MacKeyCatalogue, SeventyOneDistinctKeysInOrder)
     EXPECT_EQ(usages.size(), keys.size());
 }
 
-// A file that does not load reads as no mappings, and the first save keeps it aside.
-TEST(MacKeyMappingFile, LoadsAllOrNothingAndKeepsADamagedFileOnce)
+// A file that does not load reads as no mappings, and the first save keeps it aside. What
+// loaded saves compactly, and unknown names are kept: only resolution drops them.
+TEST(MacKeyMappingFile, LoadsAllOrNothingSavesCompactlyAndKeepsADamagedFileOnce)
 {
-    const struct { const char *label; std::optional<QByteArray> content; QList<MacCustomKeyMapping> expected; bool damaged; } cases[] = {
+    const QByteArray escaped = "[{\"source\":\"F13 \\\\\",\"destination\":\"Mission \\\"Control\\\"\"},"
+                               "{\"source\":\"Command phải\",\"destination\":\"↓\"}]";
+    const struct { const char *label; std::optional<QByteArray> content; QList<MacCustomKeyMapping> expected;
+                   bool damaged; QByteArray saved; } cases[] = {
         {"members in any order, extras ignored",
          R"([{"destination":"Escape","note":1,"source":"Caps Lock"},{"source":"F13","destination":"A"}])",
-         {{"Caps Lock", "Escape"}, {"F13", "A"}}, false},
-        {"missing", std::nullopt, {}, false},
-        {"empty list", "[]", {}, false},
-        {"not JSON", "source=Caps Lock", {}, true},
-        {"truncated", R"([{"source":"Caps Lock","destination":"Esc)", {}, true},
-        {"object, not array", R"({"source":"A","destination":"B"})", {}, true},
-        {"second lacks destination", R"([{"source":"A","destination":"B"},{"source":"C"}])", {}, true},
-        {"non-string member", R"([{"source":"A","destination":1}])", {}, true},
-        {"element not an object", R"([{"source":"A","destination":"B"},"C"])", {}, true},
+         {{"Caps Lock", "Escape"}, {"F13", "A"}}, false,
+         R"([{"source":"Caps Lock","destination":"Escape"},{"source":"F13","destination":"A"}])"},
+        {"escapes and unknown names", escaped, {{"F13 \\", "Mission \"Control\""}, {"Command phải", "↓"}}, false, escaped},
+        {"missing", std::nullopt, {}, false, "[]"},
+        {"empty list", "[]", {}, false, "[]"},
+        {"not JSON", "source=Caps Lock", {}, true, "[]"},
+        {"truncated", R"([{"source":"Caps Lock","destination":"Esc)", {}, true, "[]"},
+        {"object, not array", R"({"source":"A","destination":"B"})", {}, true, "[]"},
+        {"second lacks destination", R"([{"source":"A","destination":"B"},{"source":"C"}])", {}, true, "[]"},
+        {"non-string member", R"([{"source":"A","destination":1}])", {}, true, "[]"},
+        {"element not an object", R"([{"source":"A","destination":"B"},"C"])", {}, true, "[]"},
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.label);
@@ -64,31 +70,11 @@ TEST(MacKeyMappingFile, LoadsAllOrNothingAndKeepsADamagedFileOnce)
         EXPECT_EQ(MacKeyMappingStore::load(path), c.expected);
 
         for (int save = 0; save < 2; ++save)
-            ASSERT_TRUE(MacKeyMappingStore::save(path, {{"A", "B"}}));
+            ASSERT_TRUE(MacKeyMappingStore::save(path, c.expected));
+        EXPECT_EQ(readFile(path), c.saved);
         const QStringList kept = QDir(dir.path()).entryList({"key-mappings.json.damaged-*"}, QDir::Files);
         ASSERT_EQ(kept.size(), c.damaged ? 1 : 0);
         EXPECT_EQ(kept.isEmpty() ? QByteArray() : readFile(dir.filePath(kept.first())), c.damaged ? *c.content : "");
-    }
-}
-
-TEST(MacKeyMappingFile, SavesCompactlyAndRoundTripsIntoTheFolderFilePathMakes)
-{
-    const struct { QList<MacCustomKeyMapping> mappings; QByteArray bytes; } cases[] = {
-        {{}, "[]"},
-        {{{"Caps Lock", "Escape"}}, R"([{"source":"Caps Lock","destination":"Escape"}])"},
-        // Unknown names are kept; only resolution drops them.
-        {{{"F13 \\", "Mission \"Control\""}, {"Command phải", "↓"}},
-         "[{\"source\":\"F13 \\\\\",\"destination\":\"Mission \\\"Control\\\"\"},"
-         "{\"source\":\"Command phải\",\"destination\":\"↓\"}]"},
-    };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.bytes.toStdString());
-        QTemporaryDir dir;
-        const QString path = dir.filePath("key-mappings.json");
-        writeFile(path, "[{\"source\":\"old\",\"destination\":\"old\"}]");
-        ASSERT_TRUE(MacKeyMappingStore::save(path, c.mappings));
-        EXPECT_EQ(readFile(path), c.bytes);
-        EXPECT_EQ(MacKeyMappingStore::load(path), c.mappings);
     }
     QTemporaryDir dir;
     EXPECT_FALSE(MacKeyMappingStore::save(dir.filePath("absent/key-mappings.json"), {{"A", "B"}}));
