@@ -309,7 +309,7 @@ TEST_F(KeymapToolX11Test, HeldModifierWaitsForItsRelease)
     expectActsAs(kControlL, kSuperL, before);
 }
 
-TEST_F(KeymapToolX11Test, WatcherRestoresOnlyWhenItsInputEndsUnannounced)
+TEST_F(KeymapToolX11Test, WatcherRestoresOnlyWhenItsInputEndsUnannouncedAndGivesWayToANewOne)
 {
     const std::vector<std::string> original = snapshot();
     const struct { const char *name; void (*end)(QProcess &); bool restores; } cases[] = {
@@ -331,11 +331,7 @@ TEST_F(KeymapToolX11Test, WatcherRestoresOnlyWhenItsInputEndsUnannounced)
         EXPECT_EQ(hasRootProperty(kSaved), !c.restores);
         ASSERT_EQ(set(kRestore).exitCode, 0);
     }
-}
-
-TEST_F(KeymapToolX11Test, NewWatcherTakesOverFromTheOldOne)
-{
-    const std::vector<std::string> original = snapshot();
+    // A new watcher takes over from the old one.
     ASSERT_EQ(set(kWindowsMode).exitCode, 0);
     const std::vector<std::string> inForce = snapshot();
     const auto first = startWatcher();
