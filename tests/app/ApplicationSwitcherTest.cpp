@@ -11,8 +11,8 @@ TEST(ApplicationSwitcher, ActivatesNeighbourInPidOrder)
 {
     const QList<RunningApplication> three{app(300), app(120), app(450)};
     const QList<RunningApplication> mixed{app(400), app(200, true, true), app(100), app(300, false), app(50, false, true)};
-    struct Case { const char *name; QList<RunningApplication> applications; std::optional<qint64> frontmost; bool reverse; QList<qint64> activated; };
-    const Case cases[] = {
+    const struct { const char *name; QList<RunningApplication> applications; std::optional<qint64> frontmost; bool reverse;
+                   QList<qint64> activated; } cases[] = {
         {"forward", three, 120, false, {300}},
         {"reverse", three, 300, true, {120}},
         {"forward wraps", three, 450, false, {120}},
@@ -25,7 +25,7 @@ TEST(ApplicationSwitcher, ActivatesNeighbourInPidOrder)
         {"accessory in front has no position", mixed, 300, false, {100}},
         {"no eligible applications", {app(1, false), app(2, true, true)}, 1, false, {}},
     };
-    for (const Case &c : cases) {
+    for (const auto &c : cases) {
         SCOPED_TRACE(c.name);
         FakeApplicationRegistry registry;
         registry.applications = c.applications;

@@ -107,13 +107,13 @@ TEST(LaunchHousekeeping, RelocationReplacesTheOlderCopyStartsTheNewOneAndEndsHal
 TEST(LaunchHousekeeping, PermissionResetRunsUntilItSucceedsOnceAndNeverWithoutATool)
 {
     const auto exited = FakeProcessRunner::exited;
-    struct Case { const char *label; QString tool; QList<ProcessResult> results; QList<bool> migrated; };
-    const Case cases[] = {   // results: one per launch; migrated: what each launch reports
+    // results: one per launch; migrated: what each launch reports
+    const struct { const char *label; QString tool; QList<ProcessResult> results; QList<bool> migrated; } cases[] = {
         {"no tool on this platform", {}, {}, {false, false}},
         {"succeeds once", "/usr/bin/tccutil", {exited(0, {})}, {true, false, false}},
         {"fails, then succeeds", "/usr/bin/tccutil", {exited(1, {}), exited(0, {})}, {false, true, false}},
     };
-    for (const Case &c : cases) {
+    for (const auto &c : cases) {
         SCOPED_TRACE(c.label);
         Sandbox box;
         box.processes.queuedResults = c.results;

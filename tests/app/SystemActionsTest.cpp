@@ -36,15 +36,14 @@ TEST(SystemActions, LockFallsBackToChordThenSleepsDisplayAfterAPause)
 {
     const Event superDown{VirtualKey::command, true, {}}, superUp{VirtualKey::command, false, {}};
     const Event lDown{VirtualKey::l, true, {}}, lUp{VirtualKey::l, false, {}};
-    struct Case { const char *name; std::optional<int> lockExit; QSet<quint32> failingKeys; QList<Event> events; };
-    const Case cases[] = {
+    const struct { const char *name; std::optional<int> lockExit; QSet<quint32> failingKeys; QList<Event> events; } cases[] = {
         {"lock tool missing", std::nullopt, {}, {superDown, lDown, lUp, superUp}},
         {"lock tool fails", 1, {}, {superDown, lDown, lUp, superUp}},
         {"lock tool succeeds", 0, {}, {}},
         {"unpostable key skipped", std::nullopt, {VirtualKey::l}, {superDown, superUp}},
         {"nothing postable", 3, {VirtualKey::l, VirtualKey::command}, {}},
     };
-    for (const Case &c : cases) {
+    for (const auto &c : cases) {
         SCOPED_TRACE(c.name);
         LockedRunner processes;
         processes.queuedResults = {c.lockExit ? FakeProcessRunner::exited(*c.lockExit) : FakeProcessRunner::failedToStart()};

@@ -71,8 +71,6 @@ TEST(KeyRemapperStates, ScenariosFollowTheTransitionTable)
     const auto kill = +[](Fixture &f) { f.processes.companions->last().running = false; };
     struct Scenario { const char *label; QList<Step> steps; };
     const Scenario scenarios[] = {
-        {"second start runs nothing",
-         {{start, 0, true, true, 1, "on", control, on, {true}}, {start, 0, true, true, 1, "on", control, {}, {true}}}},
         {"failing tool keeps Command, retry succeeds, one companion throughout",
          {{start, 1, false, true, 1, "on", command, off, {true}},
           {start, std::nullopt, false, true, 2, "on", command, off, {true}},
@@ -85,7 +83,7 @@ TEST(KeyRemapperStates, ScenariosFollowTheTransitionTable)
          {{start, 0, true, true, 1, "on", control, on, {true}}, {stop, 0, false, false, 2, "off", command, off, {false}},
           {start, 0, false, false, 2, "off", command, {}, {false}},
           {enable, 0, true, true, 3, "on", control, on, {false, true}}}},
-        {"a killed companion is replaced on the next tick",
+        {"a second start runs nothing but replaces a killed companion",
          {{start, 0, true, true, 1, "on", control, on, {true}}, {kill, 0, true, true, 1, "on", control, {}, {false}},
           {start, 0, true, true, 1, "on", control, {}, {false, true}}}},
         {"mappings while running are re-applied, failure keeps running",
