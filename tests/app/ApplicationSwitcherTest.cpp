@@ -13,10 +13,8 @@ TEST(ApplicationSwitcher, ActivatesNeighbourInPidOrder)
     const QList<RunningApplication> mixed{app(400), app(200, true, true), app(100), app(300, false), app(50, false, true)};
     const struct { const char *name; QList<RunningApplication> applications; std::optional<qint64> frontmost; bool reverse;
                    QList<qint64> activated; } cases[] = {
-        {"forward", three, 120, false, {300}},
-        {"reverse", three, 300, true, {120}},
-        {"forward wraps", three, 450, false, {120}},
-        {"reverse wraps", three, 120, true, {450}},
+        {"forward", three, 120, false, {300}}, {"reverse", three, 300, true, {120}},
+        {"forward wraps", three, 450, false, {120}}, {"reverse wraps", three, 120, true, {450}},
         {"front unlisted forward takes lowest", three, 999, false, {120}},
         {"front unlisted reverse takes highest", three, 999, true, {450}},
         {"no front reverse takes highest", three, std::nullopt, true, {450}},

@@ -38,8 +38,7 @@ TEST(SystemActions, LockFallsBackToChordThenSleepsDisplayAfterAPause)
     const Event lDown{VirtualKey::l, true, {}}, lUp{VirtualKey::l, false, {}};
     const struct { const char *name; std::optional<int> lockExit; QSet<quint32> failingKeys; QList<Event> events; } cases[] = {
         {"lock tool missing", std::nullopt, {}, {superDown, lDown, lUp, superUp}},
-        {"lock tool fails", 1, {}, {superDown, lDown, lUp, superUp}},
-        {"lock tool succeeds", 0, {}, {}},
+        {"lock tool fails", 1, {}, {superDown, lDown, lUp, superUp}}, {"lock tool succeeds", 0, {}, {}},
         {"unpostable key skipped", std::nullopt, {VirtualKey::l}, {superDown, superUp}},
         {"nothing postable", 3, {VirtualKey::l, VirtualKey::command}, {}},
     };

@@ -88,14 +88,10 @@ TEST(MacKeyMappingFile, LoadsAllOrNothingSavesCompactlyAndKeepsADamagedFileOnce)
 TEST(MacKeyMappingResolution, SkipsUnknownAndIdentityAndKeepsOrder)
 {
     const struct { const char *label; QList<MacCustomKeyMapping> mappings; Pairs pairs; } cases[] = {
-        {"one", {{"Caps Lock", "Escape"}}, {{57, 41}}},
-        {"identity", {{"Caps Lock", "Caps Lock"}}, {}},
-        {"unknown source", {{"F13", "A"}}, {}},
-        {"unknown destination", {{"A", "F13"}}, {}},
-        {"list order, not usage order", {{"Z", "A"}, {"Tab", "Space"}, {"A", "Z"}},
-         {{29, 4}, {43, 44}, {4, 29}}},
-        {"same source twice", {{"Caps Lock", "Escape"}, {"B", "B"}, {"Caps Lock", "Tab"}},
-         {{57, 41}, {57, 43}}},
+        {"one", {{"Caps Lock", "Escape"}}, {{57, 41}}}, {"identity", {{"Caps Lock", "Caps Lock"}}, {}},
+        {"unknown source", {{"F13", "A"}}, {}}, {"unknown destination", {{"A", "F13"}}, {}},
+        {"list order, not usage order", {{"Z", "A"}, {"Tab", "Space"}, {"A", "Z"}}, {{29, 4}, {43, 44}, {4, 29}}},
+        {"same source twice", {{"Caps Lock", "Escape"}, {"B", "B"}, {"Caps Lock", "Tab"}}, {{57, 41}, {57, 43}}},
     };
     for (const auto &c : cases)
         EXPECT_EQ(MacKeyMappingStore::resolved(c.mappings), c.pairs) << c.label;

@@ -158,19 +158,15 @@ TEST(KeymapSnapshot, RoundTripsThroughItsTextAndRejectsDamage)
     const QByteArray f1Line = "12 0 0 0 1 5 1 0 0 5 ffbe ffbe ffbe ffbe 1008fe01 5 0 0 0 0 1050d\n";
     ASSERT_TRUE(good.contains(f1Line));
     const struct { const char *name; QByteArray text; } cases[] = {
-        {"empty", ""},
-        {"other magic", "OTHER_KEYMAP" + good.mid(14)},
-        {"older version", "VISTREL_KEYMAP 1 8 16\n" + body},
-        {"min above max", "VISTREL_KEYMAP 2 16 8\n" + body},
-        {"keycode below 8", "VISTREL_KEYMAP 2 7 16\n" + body},
-        {"one key missing", "VISTREL_KEYMAP 2 8 17\n" + body},
+        {"empty", ""}, {"other magic", "OTHER_KEYMAP" + good.mid(14)},
+        {"older version", "VISTREL_KEYMAP 1 8 16\n" + body}, {"min above max", "VISTREL_KEYMAP 2 16 8\n" + body},
+        {"keycode below 8", "VISTREL_KEYMAP 2 7 16\n" + body}, {"one key missing", "VISTREL_KEYMAP 2 8 17\n" + body},
         {"keysym count off", QByteArray(good).replace(f1Line, "12 0 0 0 1 5 1 0 0 4 ffbe ffbe ffbe ffbe 0\n")},
         {"action count off", QByteArray(good).replace(f1Line, "12 0 0 0 1 5 1 0 0 5 ffbe ffbe ffbe ffbe 1008fe01 1 0\n")},
         {"five groups", QByteArray(good).replace(f1Line, "12 0 0 0 5 1 1 0 0 5 ffbe ffbe ffbe ffbe 1008fe01 0\n")},
         {"keysym not hex", QByteArray(good).replace("ffbe ffbe ffbe ffbe", "zz ffbe ffbe ffbe")},
         {"type out of byte range", QByteArray(good).replace(f1Line, "300 0 0 0 1 5 1 0 0 5 ffbe ffbe ffbe ffbe 1008fe01 0\n")},
-        {"trailing token", good + "7\n"},
-        {"truncated", good.left(good.size() - 8)},
+        {"trailing token", good + "7\n"}, {"truncated", good.left(good.size() - 8)},
     };
     for (const auto &c : cases)
         EXPECT_FALSE(decodeSnapshot(c.text)) << c.name;
