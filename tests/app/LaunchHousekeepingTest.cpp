@@ -9,7 +9,7 @@
 
 namespace {
 
-TEST(LaunchHousekeeping, OnlyABundlePassingThroughATemporaryPlaceMoves)
+TEST(LaunchHousekeeping, OnlyABundlePassingThroughATemporaryPlaceMovesNeverABuildTreeOrOneHoldingTheTarget)
 {
     // The target's own folder counts as temporary here, so only the target rule keeps it.
     const QStringList temporary{"/tmp", "/media", "/h/Downloads", "/h/Applications"};
@@ -29,10 +29,7 @@ TEST(LaunchHousekeeping, OnlyABundlePassingThroughATemporaryPlaceMoves)
     for (const auto &[executable, expected] : cases)
         EXPECT_EQ(LaunchHousekeeping::bundleToRelocate({executable, "/h/Applications/Vistrel", temporary, "/h/s"}),
                   expected);
-}
-
-TEST(LaunchHousekeeping, ABuildTreeAndABundleHoldingTheTargetStay)
-{
+    // A build tree and a bundle holding the target stay.
     QTemporaryDir dir;
     const QString root = QFileInfo(dir.path()).canonicalFilePath();
     ASSERT_TRUE(QDir().mkpath(root + "/build/bin"));

@@ -57,16 +57,13 @@ TEST(RemoteCommandHandler, CapturesTakeTheHotKeyPathAndAnswerWhenTheirOwnFlowEnd
             EXPECT_TRUE((app.replies == QList<RemoteReply>{expected}));
         }
     }
-}
-
-TEST(RemoteCommandHandler, BothHalvesOfARecordingToggleAndACaptureEndingAtOnceGetAnswers)
-{
+    // Both halves of a recording toggle get the recording; a capture may end inside the call that started it.
     App app;
     app.handle(RemoteCommand::record);
     app.handle(RemoteCommand::record);
     EXPECT_EQ(app.calls, QStringList(2, routed(K::video)));
     app.handler.captureEnded(Flow::recording, "/v/Recording.mp4");
-    app.screenshotEndsAtOnce = true;   // it ends inside the call that started it
+    app.screenshotEndsAtOnce = true;
     app.handle(RemoteCommand::screenshot);
     EXPECT_TRUE((app.replies == QList<RemoteReply>{{Result::saved, "/v/Recording.mp4", {}},
                                                    {Result::saved, "/v/Recording.mp4", {}}, {Result::cancelled, {}, {}}}));

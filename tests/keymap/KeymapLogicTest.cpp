@@ -33,19 +33,19 @@ TEST(HidUsageTable, EveryCatalogueKeyHasItsOwnKeycodeAndNoOtherUsageHasOne)
         EXPECT_FALSE(xKeycodeForUsage(usage)) << "usage 0x" << std::hex << usage;
     EXPECT_EQ(evdevCodeForUsage(0x04), 30);   // KEY_A: first entry of the table
     EXPECT_EQ(evdevCodeForUsage(0xE7), 126);  // KEY_RIGHTMETA: last entry
+    // Usage mappings become keycode mappings; a later entry for the same source wins.
+    EXPECT_EQ(keycodeMapping({{0x39, 0x29}, {0xE0, 0xE3}, {0x39, 0x2A}, {0xE3, 0xE0}}),
+              (std::map<int, int>{{66, 22}, {37, 133}, {133, 37}}));
 }
 
-TEST(UserKeyMapping, AcceptsAnyMemberOrderAndWhitespace)
+TEST(UserKeyMapping, AcceptsAnyMemberOrderAndRejectsBadPropertiesWithOneLine)
 {
     const ParsedMapping reordered = parseUserKeyMapping(
         " { \"UserKeyMapping\" : [ {\"HIDKeyboardModifierMappingDst\": 30064771113,"
         " \"HIDKeyboardModifierMappingSrc\": 30064771129} ] } ");
     ASSERT_TRUE(reordered.ok()) << reordered.error.toStdString();
     EXPECT_EQ(reordered.mappings, (std::vector<UsageMapping>{{0x39, 0x29}}));
-}
 
-TEST(UserKeyMapping, RejectsBadPropertiesWithOneLine)
-{
     const quint64 escape = 0x700000029;
     const QByteArray good = entry(0x700000039, escape);
     const struct { const char *name; QByteArray json; const char *errorPart; } cases[] = {
@@ -97,12 +97,6 @@ TEST(UserKeyMapping, CustomMappingsTheAppSendsSortFirstAndOverrideTheSwap)
         EXPECT_TRUE(parsed.ok()) << c.name << ": " << parsed.error.toStdString();
         EXPECT_EQ(parsed.mappings, c.expected) << c.name;
     }
-}
-
-TEST(UserKeyMapping, LaterEntryForTheSameSourceWins)
-{
-    EXPECT_EQ(keycodeMapping({{0x39, 0x29}, {0xE0, 0xE3}, {0x39, 0x2A}, {0xE3, 0xE0}}),
-              (std::map<int, int>{{66, 22}, {37, 133}, {133, 37}}));
 }
 
 TEST(CommandLine, RecognisesHelpSetAndWatchOnly)
