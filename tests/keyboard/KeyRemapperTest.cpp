@@ -125,30 +125,28 @@ TEST(KeyRemapperStates, ScenariosFollowTheTransitionTable)
 // restore a second time); teardown also releases the hot keys.
 TEST(KeyRemapperWatchdog, StopAndTeardownRemoveTheMappingThenFinishTheCompanion)
 {
-    for (const bool byStop : {true, false}) {
-        for (const bool running : {true, false}) {
-            SCOPED_TRACE(std::string(byStop ? "stop" : "teardown") + (running ? ", running" : ", not running"));
-            Fixture f;
-            f.processes.defaultResult = FakeProcessRunner::exited(running ? 0 : 1);
-            f.remapper->start();
-            ASSERT_EQ(f.processes.companions->size(), 1);
-            const QByteArray on = f.remapper->mappingProperty(true), off = f.remapper->mappingProperty(false);
-            bool companionAliveAtRemoval = false;
-            f.processes.responder = [&](const QString &, const QStringList &) {
-                companionAliveAtRemoval = f.processes.companions->first().running;
-                return FakeProcessRunner::exited(0);
-            };
-            if (byStop)
-                f.remapper->stop();
-            else
-                f.remapper.reset();
-            EXPECT_EQ(companionAliveAtRemoval, running);
-            EXPECT_TRUE(f.processes.companions->first().finished);
-            EXPECT_EQ(f.processes.runCount(), running ? 2 : 1);
-            f.expectLastRunSets(running ? off : on);
-            EXPECT_EQ(f.hotKeys.active().isEmpty(), !byStop);
-            EXPECT_EQ(f.hotKeys.hasPressHandler(), byStop);
-        }
+    for (const auto &[byStop, running] : {std::pair(true, true), {true, false}, {false, true}, {false, false}}) {
+        SCOPED_TRACE(std::string(byStop ? "stop" : "teardown") + (running ? ", running" : ", not running"));
+        Fixture f;
+        f.processes.defaultResult = FakeProcessRunner::exited(running ? 0 : 1);
+        f.remapper->start();
+        ASSERT_EQ(f.processes.companions->size(), 1);
+        const QByteArray on = f.remapper->mappingProperty(true), off = f.remapper->mappingProperty(false);
+        bool companionAliveAtRemoval = false;
+        f.processes.responder = [&](const QString &, const QStringList &) {
+            companionAliveAtRemoval = f.processes.companions->first().running;
+            return FakeProcessRunner::exited(0);
+        };
+        if (byStop)
+            f.remapper->stop();
+        else
+            f.remapper.reset();
+        EXPECT_EQ(companionAliveAtRemoval, running);
+        EXPECT_TRUE(f.processes.companions->first().finished);
+        EXPECT_EQ(f.processes.runCount(), running ? 2 : 1);
+        f.expectLastRunSets(running ? off : on);
+        EXPECT_EQ(f.hotKeys.active().isEmpty(), !byStop);
+        EXPECT_EQ(f.hotKeys.hasPressHandler(), byStop);
     }
 }
 
