@@ -49,8 +49,7 @@ TEST(UserKeyMapping, AcceptsAnyMemberOrderAndRejectsBadPropertiesWithOneLine)
     const quint64 escape = 0x700000029;
     const QByteArray good = entry(0x700000039, escape);
     const struct { const char *name; QByteArray json; const char *errorPart; } cases[] = {
-        {"truncated", "{\"UserKeyMapping\":[", "invalid JSON"},
-        {"top-level array", "[]", "JSON object"},
+        {"truncated", "{\"UserKeyMapping\":[", "invalid JSON"}, {"top-level array", "[]", "JSON object"},
         {"missing member", "{}", "\"UserKeyMapping\" is missing"},
         {"not an array", "{\"UserKeyMapping\":{}}", "not an array"},
         {"other property", "{\"UserKeyMapping\":[],\"CapsLockDelayOverride\":0}", "unsupported property"},
