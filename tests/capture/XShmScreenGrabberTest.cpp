@@ -3,7 +3,6 @@
 #include <QGuiApplication>
 #include <QScreen>
 #include <gtest/gtest.h>
-
 #include <memory>
 
 // Last: Xlib's macros (None, Bool, ...) clash with names in the headers above.
@@ -12,74 +11,63 @@
 
 namespace {
 
-// A second client that paints the root window's background, as another program would:
-// pixel (x, y) is a colour made of x, y and the seed.
-class RootPainter {
-public:
-    ~RootPainter() { XCloseDisplay(m_display); }
-    QSize size() const { return {DisplayWidth(m_display, m_screen), DisplayHeight(m_display, m_screen)}; }
-    QImage pattern(int seed) const
-    {
-        QImage image(size(), QImage::Format_RGB32);
-        for (int y = 0; y < image.height(); ++y)
-            for (int x = 0; x < image.width(); ++x)
-                image.setPixel(x, y, qRgb((x + seed) & 0xff, (y * 3) & 0xff, ((x >> 8) << 4 | (y >> 8)) & 0xff));
-        return image;
-    }
+// Pixel (x, y) is a colour made of x, y and the seed.
+QImage pattern(QSize size, int seed)
+{
+    QImage image(size, QImage::Format_RGB32);
+    for (int y = 0; y < image.height(); ++y)
+        for (int x = 0; x < image.width(); ++x)
+            image.setPixel(x, y, qRgb((x + seed) & 0xff, (y * 3) & 0xff, ((x >> 8) << 4 | (y >> 8)) & 0xff));
+    return image;
+}
 
-    void paint(int seed)
-    {
-        QImage image = pattern(seed);
-        const Window root = RootWindow(m_display, m_screen);
-        const auto w = unsigned(image.width()), h = unsigned(image.height());
-        XImage *ximage = XCreateImage(m_display, DefaultVisual(m_display, m_screen), 24, ZPixmap, 0,
-                                      reinterpret_cast<char *>(image.bits()), w, h, 32, int(image.bytesPerLine()));
-        const Pixmap pixmap = XCreatePixmap(m_display, root, w, h, 24);
-        XPutImage(m_display, pixmap, DefaultGC(m_display, m_screen), ximage, 0, 0, 0, 0, w, h);
-        ximage->data = nullptr;   // the QImage owns the pixels
-        XDestroyImage(ximage);
-        XSetWindowBackgroundPixmap(m_display, root, pixmap);
-        XClearWindow(m_display, root);
-        XFreePixmap(m_display, pixmap);
-        XSync(m_display, False);
-    }
-
-private:
-    Display *m_display = XOpenDisplay(nullptr);
-    int m_screen = DefaultScreen(m_display);
-};
+// Paints the root window's background from a second client, as another program would.
+QImage paintRoot(Display *display, int seed)
+{
+    const int screen = DefaultScreen(display);
+    QImage image = pattern({DisplayWidth(display, screen), DisplayHeight(display, screen)}, seed);
+    const Window root = RootWindow(display, screen);
+    const auto w = unsigned(image.width()), h = unsigned(image.height());
+    XImage *ximage = XCreateImage(display, DefaultVisual(display, screen), 24, ZPixmap, 0,
+                                  reinterpret_cast<char *>(image.bits()), w, h, 32, int(image.bytesPerLine()));
+    const Pixmap pixmap = XCreatePixmap(display, root, w, h, 24);
+    XPutImage(display, pixmap, DefaultGC(display, screen), ximage, 0, 0, 0, 0, w, h);
+    ximage->data = nullptr;   // the QImage owns the pixels
+    XDestroyImage(ximage);
+    XSetWindowBackgroundPixmap(display, root, pixmap);
+    XClearWindow(display, root);
+    XFreePixmap(display, pixmap);
+    XSync(display, False);
+    return image;
+}
 
 TEST(XShmScreenGrabber, ReadsTheWholeScreenAtDevicePixelsIntoImagesThatKeepTheirPixels)
 {
-    RootPainter painter;
+    const std::unique_ptr<Display, int (*)(Display *)> display(XOpenDisplay(nullptr), XCloseDisplay);
     QScreen *screen = QGuiApplication::primaryScreen();
     auto grabber = std::make_unique<XShmScreenGrabber>();
-    painter.paint(1);
+    const QImage painted = paintRoot(display.get(), 1);
     QImage first = grabber->grabScreen(screen);
-    ASSERT_FALSE(first.isNull());
     EXPECT_TRUE(grabber->sharedMemoryUsable());
-    EXPECT_EQ(first.size(), painter.size());
+    EXPECT_EQ(first.convertToFormat(QImage::Format_RGB32), painted);
     // At fractional scales Qt rounds the logical size; the grab keeps every device pixel.
     EXPECT_NEAR(first.width() / screen->devicePixelRatio(), screen->geometry().width(), 1.0);
     EXPECT_NEAR(first.height() / screen->devicePixelRatio(), screen->geometry().height(), 1.0);
     EXPECT_DOUBLE_EQ(first.devicePixelRatio(), screen->devicePixelRatio());
-    painter.paint(2);
-    QImage second = grabber->grabScreen(screen);
-    EXPECT_EQ(grabber->segmentCount(), 2);
-    EXPECT_EQ(first.convertToFormat(QImage::Format_RGB32), painter.pattern(1));
-    EXPECT_EQ(second.convertToFormat(QImage::Format_RGB32), painter.pattern(2));
 
-    // Once released, segments are reused rather than piling up; a held one outlives the grabber.
-    first = second = QImage();
+    // While an image is held its segment is not reused; once released, segments do not pile up,
+    // and a held one outlives the grabber.
     QImage again;
-    for (int seed = 3; seed < 6; ++seed) {
-        painter.paint(seed);
+    for (int seed = 2; seed < 6; ++seed) {
+        const QImage expected = paintRoot(display.get(), seed);
+        again = QImage();
         again = grabber->grabScreen(screen);
-        EXPECT_EQ(again.convertToFormat(QImage::Format_RGB32), painter.pattern(seed));
-        EXPECT_LE(grabber->segmentCount(), 2) << seed;
+        EXPECT_EQ(again.convertToFormat(QImage::Format_RGB32), expected);
+        EXPECT_EQ(first.convertToFormat(QImage::Format_RGB32), painted);
+        EXPECT_EQ(grabber->segmentCount(), 2) << seed;
     }
     grabber.reset();
-    EXPECT_EQ(again.convertToFormat(QImage::Format_RGB32), painter.pattern(5));
+    EXPECT_EQ(first.convertToFormat(QImage::Format_RGB32), painted);
 }
 
 } // namespace

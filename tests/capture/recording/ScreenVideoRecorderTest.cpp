@@ -19,19 +19,10 @@ using Step = std::variant<Frame, Audio, Stop, PlatformStop, ConfirmStop>;
 using Script = FakeMediaWriter::Script;
 using Log = QStringList;
 // error: what the recorder reports, or nothing for the output file.
-struct Case {
-    const char *name;
-    Script writer;
-    bool holdStops;
-    std::optional<RecordingError> stopError;
-    std::vector<Step> steps;
-    std::optional<RecordingError> error;
-    QStringList log;
-    int stopRequests;
-};
+struct Case { const char *name; Script writer; bool holdStops; std::optional<RecordingError> stopError; std::vector<Step> steps;
+              std::optional<RecordingError> error; Log log; int stopRequests; };
 
 RecordingError code(ScreenVideoRecorder::Code c) { return ScreenVideoRecorder::error(c); }
-
 Script failing(bool Script::*flag, std::optional<RecordingError> error = {})
 {
     Script script;
