@@ -80,6 +80,13 @@ struct CaptureRig {
     QStringList desktopFiles() const { return QDir(desktop()).entryList(QDir::Files); }
     QString onlyDesktopFile() const { return desktopFiles().size() == 1 ? QDir(desktop()).filePath(desktopFiles()[0]) : QString(); }
     RegionSelectorView *view() const { return selector.current() ? selector.current()->view() : nullptr; }
+    QList<std::pair<CaptureKind, QString>> history() const
+    {
+        QList<std::pair<CaptureKind, QString>> rows;
+        for (const CaptureItem &item : database.recent())
+            rows.append({item.kind, item.path});
+        return rows;
+    }
     // The part of the grab under a region given in points.
     QImage grabbed(QRectF points) const
     {

@@ -31,8 +31,8 @@ TEST(ScrollingCaptureHUD, StaysClearOfTheRegionAndShowsTheRun)
     hud.complete(7);
     EXPECT_EQ(texts(), (QStringList{"✓  HOÀN TẤT", "Đã ghép 7 ảnh", "Đang mở trình chỉnh sửa…"}));
     // Never focused, never in the way of a click; title above detail above hint.
-    EXPECT_TRUE(hud.panel()->windowFlags().testFlags(Qt::WindowDoesNotAcceptFocus | Qt::WindowTransparentForInput));
-    EXPECT_TRUE(hud.panel()->testAttribute(Qt::WA_ShowWithoutActivating));
+    EXPECT_TRUE(hud.panel()->windowFlags().testFlags(Qt::WindowDoesNotAcceptFocus | Qt::WindowTransparentForInput)
+                && hud.panel()->testAttribute(Qt::WA_ShowWithoutActivating));
     EXPECT_TRUE(hud.titleField()->y() < hud.detailField()->y() && hud.detailField()->y() < hud.hintField()->y());
 }
 
@@ -66,20 +66,19 @@ TEST_F(ScrollingCaptureFlowTest, ReturnHeldSavesOneFrameAndOpensTheEditor)
     EXPECT_EQ(view->prompt(), ScrollingCaptureFlow::manualPrompt);
     dragOn(view, {30, 40}, {130, 90});
     flushDeletions();
-    ASSERT_NE(flow->hud(), nullptr);
-    EXPECT_TRUE(flow->hud()->panel()->isVisible());
+    ASSERT_TRUE(flow->hud() && flow->hud()->panel()->isVisible());
     // The panel says it is done before it closes.
     EXPECT_TRUE(QTest::qWaitFor([this] { return flow->hud() && flow->hud()->detailField()->text() == "Đã ghép 1 ảnh"; }, 15000));
     ASSERT_TRUE(QTest::qWaitFor([this] { return !rig.ended.isEmpty(); }, 15000));
 
     const QString path = rig.onlyDesktopFile(), name = QFileInfo(path).fileName();
-    EXPECT_TRUE(name.startsWith("ScrollingCapture_")) << name.toStdString();
-    EXPECT_EQ(rig.ended, QStringList{path});
+    EXPECT_TRUE(name.startsWith("ScrollingCapture_") && rig.ended == QStringList{path}) << name.toStdString();
     EXPECT_EQ(rig.statuses, (QStringList{ScrollingCaptureFlow::selectingText, ScrollingCaptureFlow::runningText,
                                          ScrollingCaptureFlow::doneText, CaptureService::savedPrefix + name}));
     ASSERT_EQ(rig.editors.opened.size(), 1u);
-    EXPECT_EQ(rig.editors.opened[0].image.convertToFormat(QImage::Format_RGB32), rig.grabbed({30, 40, 100, 50}));
-    EXPECT_EQ(rig.editors.opened[0].image.deviceIndependentSize(), QSizeF(100, 50));
+    const QImage opened = rig.editors.opened[0].image;
+    EXPECT_EQ(std::pair(opened.convertToFormat(QImage::Format_RGB32), opened.deviceIndependentSize()),
+              std::pair(rig.grabbed({30, 40, 100, 50}), QSizeF(100, 50)));
     EXPECT_EQ(applications.activated, QList<qint64>{4242});
     EXPECT_EQ(pointer.warps, QList<QPoint>{(QPointF(80, 65) * rig.screen->devicePixelRatio()).toPoint()});
     EXPECT_EQ(flow->hud(), nullptr);
@@ -103,9 +102,8 @@ TEST_F(ScrollingCaptureFlowTest, EscapeSavesNothingAndBringsTheWindowBack)
         flushDeletions();
         ASSERT_TRUE(QTest::qWaitFor([this] { return !rig.ended.isEmpty(); }, 15000));
         EXPECT_EQ(rig.ended, QStringList{QString()});
-        const QStringList expected = duringRun ? QStringList{F::selectingText, F::runningText, F::cancelledText}
-                                               : QStringList{F::selectingText, F::cancelledText};
-        EXPECT_EQ(rig.statuses, expected);
+        EXPECT_EQ(rig.statuses, (duringRun ? QStringList{F::selectingText, F::runningText, F::cancelledText}
+                                           : QStringList{F::selectingText, F::cancelledText}));
         EXPECT_TRUE(rig.desktopFiles().isEmpty() && rig.host.visible && pointer.wheelSteps.isEmpty());
     }
     // Going away mid-run stops the loop instead of waiting out its polls.

@@ -7,6 +7,7 @@
 
 namespace {
 
+// Text is white on a dark box; nothing else in these pictures is that bright.
 bool hasBrightPixel(const QImage &image, const QRect &area)
 {
     for (int y = area.top(); y <= area.bottom(); ++y)
@@ -16,7 +17,7 @@ bool hasBrightPixel(const QImage &image, const QRect &area)
     return false;
 }
 
-// Each probe's pixel is its colour within 2 per channel.
+// Within 2 per channel: the raster engine's blending rounds.
 void expectPixels(const QImage &image, std::initializer_list<std::tuple<const char *, QPoint, QRgb>> probes)
 {
     for (const auto &[what, at, expected] : probes) {
@@ -29,16 +30,14 @@ void expectPixels(const QImage &image, std::initializer_list<std::tuple<const ch
 
 TEST(RegionSelectorView, DrawsDimmingPromptRubberBandAndSizeLabel)
 {
-    const QRgb frozenColour = qRgb(200, 100, 50);
+    const QRgb frozenColour = qRgb(200, 100, 50), blue = RegionSelectorPainter::border.rgb();
     QImage frozen(400, 300, QImage::Format_RGB32);
     frozen.fill(frozenColour);
     RegionSelectorView view(QRectF(0, 0, 400, 300), frozen, "Kéo để chọn");
     view.resize(400, 300);
-    // Source-over of black at the dimming's alpha, as the raster engine does it.
+    // Source-over of black at the dimming's alpha.
     const double keep = 1.0 - RegionSelectorPainter::dimming.alpha() / 255.0;
     const QRgb dimmed = qRgb(int(200 * keep + 0.5), int(100 * keep + 0.5), int(50 * keep + 0.5));
-
-    // Idle: dimmed everywhere but the prompt.
     const QRect prompt = RegionSelectorPainter::promptRect(QRectF(view.rect()), view.prompt(), view.font()).toRect();
     const QImage idle = view.grab().toImage();
     expectPixels(idle, {{"far corner", {390, 290}, dimmed}});
@@ -49,14 +48,12 @@ TEST(RegionSelectorView, DrawsDimmingPromptRubberBandAndSizeLabel)
     QTest::mouseMove(&view, QPoint(300, 250));
     ASSERT_TRUE(view.selection().isDragging());
     EXPECT_EQ(view.selection().rect(), QRectF(100, 150, 200, 100));
-    const QRect label = RegionSelectorPainter::labelRect(QRectF(100, 150, 200, 100), view.font()).toRect();
     const QImage dragging = view.grab().toImage();
-    const QRgb blue = RegionSelectorPainter::border.rgb();
     expectPixels(dragging, {{"inside, undimmed", {200, 200}, frozenColour}, {"inside near the corner", {103, 153}, frozenColour},
                             {"left border", {100, 200}, blue}, {"top border", {200, 150}, blue},
                             {"right border", {300, 200}, blue}, {"bottom border", {200, 250}, blue},
                             {"outside", {50, 200}, dimmed}, {"where the prompt was", prompt.topLeft() + QPoint(1, 1), dimmed}});
-    EXPECT_TRUE(hasBrightPixel(dragging, label)) << "label text";
+    EXPECT_TRUE(hasBrightPixel(dragging, RegionSelectorPainter::labelRect(QRectF(100, 150, 200, 100), view.font()).toRect()));
     EXPECT_FALSE(hasBrightPixel(dragging, prompt)) << "no prompt while dragging";
 
     // A release below the threshold returns to the prompt.
@@ -72,8 +69,8 @@ TEST(RegionSelectorPainter, PunchesThroughToTheLiveScreenWithoutAFrozenImageAndL
     QPainter painter(&canvas);
     RegionSelectorPainter::paint(painter, QRectF(canvas.rect()), QImage(), "x", QRectF(50, 60, 80, 40), QFont());
     painter.end();
-    EXPECT_EQ(qAlpha(canvas.pixel(90, 80)), 0);      // live screen shows through
-    EXPECT_EQ(qAlpha(canvas.pixel(10, 140)), 115);   // 45 % black
+    EXPECT_EQ(qAlpha(canvas.pixel(90, 80)), 0);   // the live screen shows through
+    EXPECT_EQ(qAlpha(canvas.pixel(10, 140)), RegionSelectorPainter::dimming.alpha());
     EXPECT_EQ(canvas.pixel(50, 80), RegionSelectorPainter::border.rgb());
     EXPECT_EQ(RegionSelectorPainter::sizeText({1920.9, 240.99}), "1920 × 240");
 }
