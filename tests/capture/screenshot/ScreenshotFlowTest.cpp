@@ -17,15 +17,12 @@ protected:
     {
         RegionSelectorController *before = rig.selector.current();
         flow.captureScreenshot();
-        EXPECT_FALSE(rig.host.visible);
-        EXPECT_EQ(rig.statuses.last(), F::selectingText);
-        EXPECT_EQ(rig.selector.current(), before);
+        EXPECT_EQ(std::tuple(rig.host.visible, rig.statuses.last(), rig.selector.current()), std::tuple(false, F::selectingText, before));
         QCoreApplication::processEvents();
         return rig.view();
     }
 
     CaptureRig rig;
-    FakeHost &host = rig.host;
     ScreenshotFlow flow{{rig.host, rig.service, rig.selector, rig.grabber, rig.screens, rig.windowExits, rig.editors}};
 };
 
@@ -33,19 +30,17 @@ TEST_F(ScreenshotFlowTest, ADragSavesTheRegionAndTheEditorMayOverwriteIt)
 {
     RegionSelectorView *view = start();
     ASSERT_NE(view, nullptr);
-    EXPECT_EQ(view->prompt(), F::prompt);
-    EXPECT_EQ(rig.grabber.requests, QList<QScreen *>{rig.screen});
+    EXPECT_EQ(std::pair(view->prompt(), rig.grabber.requests), std::pair(F::prompt, QList{rig.screen}));
     dragOn(view, {30, 40}, {130, 90});
     flushDeletions();
-    EXPECT_EQ(rig.selector.current(), nullptr);
     const QString path = rig.onlyDesktopFile(), name = QFileInfo(path).fileName();
     ASSERT_FALSE(path.isEmpty());
     ASSERT_EQ(rig.editors.opened.size(), 1u);
     EXPECT_EQ(rig.editors.opened[0].image.convertToFormat(QImage::Format_RGB32), rig.grabbed({30, 40, 100, 50}));
-    EXPECT_EQ(rig.editors.opened[0].screen, rig.screen);
+    EXPECT_EQ(std::tuple(rig.editors.opened[0].screen, rig.selector.current(), rig.ended),
+              std::tuple(rig.screen, nullptr, QStringList{path}));
     EXPECT_EQ(rig.statuses, (QStringList{F::selectingText, CaptureService::savedPrefix + name}));
-    EXPECT_FALSE(host.visible);   // the editor comes to the front instead
-    EXPECT_EQ(rig.ended, QStringList{path});
+    EXPECT_FALSE(rig.host.visible);   // the editor comes to the front instead
 
     // The edit replaces the file and its clipboard entry, not the history row.
     const EditorLauncher::Completion answer = rig.editors.opened[0].completion;
@@ -54,15 +49,14 @@ TEST_F(ScreenshotFlowTest, ADragSavesTheRegionAndTheEditorMayOverwriteIt)
     answer(edited);
     answer(std::nullopt);   // closed without saving: nothing changes
     EXPECT_EQ(QImage(path).convertToFormat(QImage::Format_RGB32), edited);
-    EXPECT_EQ(std::tuple(rig.database.recent().size(), rig.historyChanges, rig.clipboard.entries.size()), std::tuple(1, 2, 2u));
+    EXPECT_EQ(std::tuple(rig.history().size(), rig.historyChanges, rig.clipboard.entries.size()), std::tuple(1, 2, 2u));
     EXPECT_EQ(rig.statuses.mid(2), QStringList{CaptureService::replacedPrefix + name});
 
     ASSERT_TRUE(QDir(rig.desktop()).removeRecursively());   // the overwrite cannot land
     answer(edited);
-    EXPECT_EQ(rig.statuses.last(), F::editSaveFailedText);
+    EXPECT_EQ(std::pair(rig.statuses.last(), rig.historyChanges), std::pair(F::editSaveFailedText, 2));
     ASSERT_EQ(rig.clipboard.entries.size(), 3u);   // the edit is still on the clipboard
     EXPECT_TRUE(rig.clipboard.entries.back()->hasFormat("image/png"));
-    EXPECT_EQ(rig.historyChanges, 2);
 }
 
 TEST_F(ScreenshotFlowTest, EndingWithoutAnImageLeavesItsTextAndBringsBackAVisibleWindow)
@@ -76,8 +70,8 @@ TEST_F(ScreenshotFlowTest, EndingWithoutAnImageLeavesItsTextAndBringsBackAVisibl
     const QImage image = rig.grabber.image;
     for (const auto &c : cases) {
         SCOPED_TRACE(c.name);
-        host = FakeHost();
-        host.visible = c.wasVisible;
+        rig.host = FakeHost();
+        rig.host.visible = c.wasVisible;
         rig.statuses.clear();
         rig.grabber.requests.clear();
         rig.screens.noScreens = c.noScreens;
@@ -85,14 +79,11 @@ TEST_F(ScreenshotFlowTest, EndingWithoutAnImageLeavesItsTextAndBringsBackAVisibl
         if (RegionSelectorView *view = start())
             QTest::keyClick(view, Qt::Key_Escape);
         EXPECT_EQ(rig.statuses, (QStringList{F::selectingText, c.status}));
-        EXPECT_EQ(host.visible, c.wasVisible);
-        EXPECT_EQ(host.shows, c.shows);   // the completion ran exactly once
-        EXPECT_EQ(host.centredOn, c.centredOn);
-        EXPECT_EQ(rig.grabber.requests.size(), c.grabs);
-        EXPECT_EQ(rig.selector.current(), nullptr);
+        // The completion ran exactly once.
+        EXPECT_EQ(std::tuple(rig.host.visible, rig.host.shows, rig.host.centredOn, rig.grabber.requests.size(), rig.selector.current()),
+                  std::tuple(c.wasVisible, c.shows, c.centredOn, c.grabs, nullptr));
     }
-    EXPECT_TRUE(rig.editors.opened.empty());
-    EXPECT_TRUE(rig.desktopFiles().isEmpty());
+    EXPECT_TRUE(rig.editors.opened.empty() && rig.desktopFiles().isEmpty());
     EXPECT_EQ(rig.ended, QStringList(4, QString()));
 }
 
@@ -101,11 +92,10 @@ TEST_F(ScreenshotFlowTest, ASecondCaptureReplacesTheFirstSelectorSilently)
     const QPointer<RegionSelectorView> first = start();
     RegionSelectorView *second = start();
     ASSERT_NE(second, nullptr);
-    EXPECT_NE(first, second);
-    EXPECT_TRUE(!first || !first->isVisible());
+    EXPECT_TRUE(first != second && (!first || !first->isVisible()));
     QTest::keyClick(second, Qt::Key_Escape);
     EXPECT_EQ(rig.statuses, (QStringList{F::selectingText, F::selectingText, F::cancelledText}));
-    EXPECT_EQ(host.shows, 0);   // the second capture began with the window already hidden
+    EXPECT_EQ(rig.host.shows, 0);   // the second capture began with the window already hidden
 }
 
 } // namespace
