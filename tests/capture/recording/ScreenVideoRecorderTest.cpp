@@ -3,18 +3,26 @@
 
 #include <QTest>
 #include <gtest/gtest.h>
-#include <variant>
+#include <functional>
 
 namespace {
 
 const RecordingError writerError{"Writer", 7, "đĩa đầy"};
 const RecordingError platformError{"Platform", 3, "màn hình đã tắt"};
 
-struct Frame { std::int64_t at; std::optional<int> status = 0; };
-struct Audio { std::int64_t at; };
-struct Stop {}; struct PlatformStop {};
-struct ConfirmStop { std::optional<RecordingError> error; };
-using Step = std::variant<Frame, Audio, Stop, PlatformStop, ConfirmStop>;
+using Step = std::function<void(ScreenVideoRecorder &, FakeCaptureStream &)>;
+Step frame(std::int64_t at, std::optional<int> status = 0)
+{
+    return [=](ScreenVideoRecorder &, FakeCaptureStream &s) { s.deliver(FakeCaptureStream::frame(at, status)); };
+}
+Step audio(std::int64_t at) { return [=](ScreenVideoRecorder &, FakeCaptureStream &s) { s.deliver(FakeCaptureStream::audio(at)); }; }
+const Step stop = [](ScreenVideoRecorder &r, FakeCaptureStream &) { r.stop(); };
+const Step platformStop = [](ScreenVideoRecorder &, FakeCaptureStream &s) { s.platformStop(platformError); };
+// The held stop is taken on the recorder's queue; wait until it is there.
+const Step confirmStop = [](ScreenVideoRecorder &, FakeCaptureStream &s) {
+    ASSERT_TRUE(QTest::qWaitFor([&] { return s.stopRequests > 0; }));
+    s.confirmStop();
+};
 
 using Script = FakeMediaWriter::Script;
 using Log = QStringList;
@@ -33,33 +41,33 @@ Script failing(bool Script::*flag, std::optional<RecordingError> error = {})
 
 const Log started{"start", "session 100", "video 100"};
 const Case cases[] = {
-    {"a frame starts the file; earlier sound is dropped", {}, false, {}, {Audio{50}, Frame{100}, Audio{120}, Frame{133}, Stop{}},
+    {"a frame starts the file; earlier sound is dropped", {}, false, {}, {audio(50), frame(100), audio(120), frame(133), stop},
      {}, started + Log{"audio 120", "video 133", "finish"}, 1},
-    {"frames that are not complete are skipped", {}, false, {}, {Frame{100, 1}, Frame{110, std::nullopt}, Audio{115}, Frame{120}, Stop{}},
+    {"frames that are not complete are skipped", {}, false, {}, {frame(100, 1), frame(110, std::nullopt), audio(115), frame(120), stop},
      {}, {"start", "session 120", "video 120", "finish"}, 1},
-    {"stop before any frame", {}, false, {}, {Audio{10}, Frame{20, 1}, Stop{}}, code(ScreenVideoRecorder::noFrame), {"cancel"}, 1},
-    {"writer cannot start and says nothing", failing(&Script::startOk), false, {}, {Frame{100}, Frame{133}},
+    {"stop before any frame", {}, false, {}, {audio(10), frame(20, 1), stop}, code(ScreenVideoRecorder::noFrame), {"cancel"}, 1},
+    {"writer cannot start and says nothing", failing(&Script::startOk), false, {}, {frame(100), frame(133)},
      code(ScreenVideoRecorder::startFailed), {"start", "cancel"}, 1},
-    {"writer cannot start and says why", failing(&Script::startOk, writerError), false, {}, {Frame{100}}, writerError, {"start", "cancel"}, 1},
-    {"a frame cannot be written", failing(&Script::videoOk), false, {}, {Frame{100}, Frame{133}},
+    {"writer cannot start and says why", failing(&Script::startOk, writerError), false, {}, {frame(100)}, writerError, {"start", "cancel"}, 1},
+    {"a frame cannot be written", failing(&Script::videoOk), false, {}, {frame(100), frame(133)},
      code(ScreenVideoRecorder::videoAppend), started + Log{"cancel"}, 1},
-    {"sound cannot be written", failing(&Script::audioOk), false, {}, {Frame{100}, Audio{110}, Audio{130}},
+    {"sound cannot be written", failing(&Script::audioOk), false, {}, {frame(100), audio(110), audio(130)},
      code(ScreenVideoRecorder::audioAppend), started + Log{"audio 110", "cancel"}, 1},
-    {"the file cannot be finished", failing(&Script::finishOk), false, {}, {Frame{100}, Stop{}},
+    {"the file cannot be finished", failing(&Script::finishOk), false, {}, {frame(100), stop},
      code(ScreenVideoRecorder::finishFailed), started + Log{"finish"}, 1},
-    {"finishing fails with the writer's reason", failing(&Script::finishOk, writerError), false, {}, {Frame{100}, Stop{}},
+    {"finishing fails with the writer's reason", failing(&Script::finishOk, writerError), false, {}, {frame(100), stop},
      writerError, started + Log{"finish"}, 1},
-    {"a writer that is not ready drops frames", failing(&Script::videoReady), false, {}, {Frame{100}, Frame{133}, Stop{}},
+    {"a writer that is not ready drops frames", failing(&Script::videoReady), false, {}, {frame(100), frame(133), stop},
      {}, {"start", "session 100", "finish"}, 1},
-    {"the platform ends the stream; later frames are not written", {}, false, {}, {Frame{100}, PlatformStop{}, Frame{133}},
+    {"the platform ends the stream; later frames are not written", {}, false, {}, {frame(100), platformStop, frame(133)},
      platformError, started + Log{"cancel"}, 0},
-    {"the platform's error wins over a pending stop", {}, true, {}, {Frame{100}, Stop{}, PlatformStop{}, ConfirmStop{}},
+    {"the platform's error wins over a pending stop", {}, true, {}, {frame(100), stop, platformStop, confirmStop},
      platformError, started + Log{"cancel"}, 1},
-    {"two stops give one stop request", {}, true, {}, {Frame{100}, Stop{}, Stop{}, ConfirmStop{}}, {}, started + Log{"finish"}, 1},
-    {"samples after a stop are ignored", {}, true, {}, {Frame{100}, Stop{}, Frame{133}, Audio{140}, ConfirmStop{}},
+    {"two stops give one stop request", {}, true, {}, {frame(100), stop, stop, confirmStop}, {}, started + Log{"finish"}, 1},
+    {"samples after a stop are ignored", {}, true, {}, {frame(100), stop, frame(133), audio(140), confirmStop},
      {}, started + Log{"finish"}, 1},
-    {"a stream that cannot stop reports why", {}, false, platformError, {Frame{100}, Stop{}}, platformError, started + Log{"cancel"}, 1},
-    {"a stored error outranks the stop's", failing(&Script::videoOk, writerError), false, platformError, {Frame{100}},
+    {"a stream that cannot stop reports why", {}, false, platformError, {frame(100), stop}, platformError, started + Log{"cancel"}, 1},
+    {"a stored error outranks the stop's", failing(&Script::videoOk, writerError), false, platformError, {frame(100)},
      writerError, started + Log{"cancel"}, 1},
 };
 
@@ -78,21 +86,8 @@ TEST_P(ScreenVideoRecorderTest, DeliversOneResult)
     std::vector<ScreenVideoRecorder::Result> results;
     ASSERT_FALSE(recorder.start([&](const ScreenVideoRecorder::Result &r) { results.push_back(r); }));
     for (const Step &step : c.steps) {
-        if (auto *f = std::get_if<Frame>(&step))
-            stream->deliver(FakeCaptureStream::frame(f->at, f->status));
-        else if (auto *a = std::get_if<Audio>(&step))
-            stream->deliver(FakeCaptureStream::audio(a->at));
-        else if (std::holds_alternative<Stop>(step))
-            recorder.stop();
-        else if (std::holds_alternative<PlatformStop>(step))
-            stream->platformStop(platformError);
-        else if (auto *confirm = std::get_if<ConfirmStop>(&step)) {
-            // The held stop is taken on the recorder's queue; wait until it is there.
-            ASSERT_TRUE(QTest::qWaitFor([&] { return stream->stopRequests > 0; }));
-            stream->confirmStop(confirm->error);
-        }
-        // Keeps the queue's order apart from the test thread's.
-        QTest::qWait(5);
+        step(recorder, *stream);
+        QTest::qWait(5);   // keeps the queue's order apart from the test thread's
     }
     ASSERT_TRUE(QTest::qWaitFor([&] { return !results.empty(); }, 3000));
     recorder.stop();

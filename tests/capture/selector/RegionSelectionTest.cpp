@@ -1,15 +1,15 @@
 #include "capture/selector/RegionSelection.h"
 
+#include <functional>
 #include <gtest/gtest.h>
 
 namespace {
 
-enum class Op { press, drag, release, cancel };
-struct Step { Op op; QPointF at; };
-Step P(qreal x, qreal y) { return {Op::press, {x, y}}; }
-Step D(qreal x, qreal y) { return {Op::drag, {x, y}}; }
-Step R(qreal x, qreal y) { return {Op::release, {x, y}}; }
-const Step C{Op::cancel, {}};
+using Step = std::function<void(RegionSelection &)>;
+Step P(qreal x, qreal y) { return [=](RegionSelection &s) { s.press({x, y}); }; }
+Step D(qreal x, qreal y) { return [=](RegionSelection &s) { s.drag({x, y}); }; }
+Step R(qreal x, qreal y) { return [=](RegionSelection &s) { s.release({x, y}); }; }
+const Step C = &RegionSelection::cancel;
 
 TEST(RegionSelection, EndsInExactlyOneAnswer)
 {
@@ -42,17 +42,10 @@ TEST(RegionSelection, EndsInExactlyOneAnswer)
         RegionSelection selection(c.frame);
         std::vector<std::optional<QRectF>> answers;
         selection.onComplete = [&answers](std::optional<QRectF> r) { answers.push_back(r); };
-        for (const Step &s : c.steps) {
-            switch (s.op) {
-            case Op::press: selection.press(s.at); break;
-            case Op::drag: selection.drag(s.at); break;
-            case Op::release: selection.release(s.at); break;
-            case Op::cancel: selection.cancel(); break;
-            }
-        }
+        for (const Step &step : c.steps)
+            step(selection);
         EXPECT_EQ(answers, (std::vector<std::optional<QRectF>>(c.completions, c.result)));
-        EXPECT_EQ(selection.isFinished(), c.completions > 0);
-        EXPECT_EQ(selection.isDragging(), c.dragging);
+        EXPECT_EQ(std::pair(selection.isFinished(), selection.isDragging()), std::pair(c.completions > 0, c.dragging));
     }
 }
 
