@@ -10,6 +10,12 @@ TEST(MultiScreen, CutsAtTheDensityOfTheScreenUnderThePointer)
     ASSERT_EQ(screens.size(), 2);
     ASSERT_EQ(std::tuple(screens[0]->geometry(), screens[1]->geometry(), screens[0]->devicePixelRatio(), screens[1]->devicePixelRatio()),
               std::tuple(QRect(0, 0, 800, 600), QRect(800, 100, 640, 480), 2.0, 1.5));
+    // A point on the edge between two screens belongs to the one it starts; off every screen, the primary.
+    FakeScreenEnvironment env;
+    for (auto [pointer, expected] : {std::pair{QPoint(799, 599), screens[0]}, {QPoint(800, 100), screens[1]}, {QPoint(1000, 50), QGuiApplication::primaryScreen()}}) {
+        env.pointer = pointer;
+        EXPECT_EQ(env.screenUnderCursor(), expected) << pointer.x() << "," << pointer.y();
+    }
     CaptureRig rig;
     ScreenshotFlow flow{{rig.host, rig.service, rig.selector, rig.grabber, rig.screens, rig.windowExits, rig.editors}};
     // Drags in the selector's own coordinates; cuts in the screen's device pixels.
