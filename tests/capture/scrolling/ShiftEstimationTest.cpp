@@ -74,15 +74,6 @@ TEST(ShiftEstimation, WebCascadeVotesOnStripsThenTheWholeFrame)
                                [](const cv::Mat &, const cv::Mat &) { return std::optional<Translation>(); }), 31);
 }
 
-TEST(ShiftEstimation, WebCascadeWithRealRegistrationMatchesSyntheticShifts)
-{
-    const cv::Mat page = syntheticPage(1920, 4000);
-    // One wheel step, just under a strip, a burst larger than one, most of the frame, sticky headers.
-    for (auto [shift, header] : {std::pair{53, 0}, {350, 0}, {424, 0}, {800, 0}, {424, 120}, {60, 120}})
-        EXPECT_EQ(estimateWebShift(pageWindow(page, 300, 1080, header), pageWindow(page, 300 + shift, 1080, header), 360), shift)
-            << shift << " under a header of " << header;
-}
-
 TEST(ShiftEstimation, ManualAcceptanceWindow)
 {
     cv::Mat page(2000, 500, CV_8UC4);

@@ -1,3 +1,4 @@
+#include "capture/scrolling/ShiftEstimation.h"
 #include "capture/scrolling/SyntheticPage.h"
 #include "capture/scrolling/TranslationRegistration.h"
 
@@ -5,7 +6,7 @@
 
 using namespace ScrollingCapture;
 
-TEST(TranslationRegistration, ReportsContentMovingUpAsPositiveYWithHighConfidence)
+TEST(TranslationRegistration, FindsSyntheticShiftsOnItsOwnAndInTheWebCascade)
 {
     const cv::Mat page = syntheticPage(1920, 4000);
     // Strips of 360 rows and whole frames of 1080; -30 is content moving down.
@@ -14,6 +15,10 @@ TEST(TranslationRegistration, ReportsContentMovingUpAsPositiveYWithHighConfidenc
         ASSERT_TRUE(t) << shift;
         EXPECT_TRUE(t->x == 0.0 && t->y == shift && t->confidence >= 0.9f) << shift << ": " << t->y << ", " << t->confidence;
     }
+    // One wheel step, just under a strip, a burst larger than one, most of the frame, sticky headers.
+    for (auto [shift, header] : {std::pair{53, 0}, {350, 0}, {424, 0}, {800, 0}, {424, 120}, {60, 120}})
+        EXPECT_EQ(estimateWebShift(pageWindow(page, 300, 1080, header), pageWindow(page, 300 + shift, 1080, header), 360), shift)
+            << shift << " under a header of " << header;
 }
 
 TEST(TranslationRegistration, ConfidenceIsLowWhenTheAnswerCannotBeTrusted)
