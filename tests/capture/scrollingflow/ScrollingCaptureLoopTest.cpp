@@ -87,6 +87,14 @@ TEST(ScrollingCaptureLoop, EndsAndCancelsWhereItShould)
         for (const auto &report : steps.reports)
             EXPECT_EQ(report.second, !c.web);
     }
+    // Bands of 160 rows, each 3 apart in one channel: a burst of 160 changes every pixel by
+    // exactly 1.0, which is motion, not stillness, so every burst up to top 2560 keeps a frame.
+    cv::Mat bands(3000, 300, CV_8UC4);
+    for (int y = 0; y < bands.rows; ++y)
+        bands.row(y).setTo(cv::Scalar(3 * (y / 160), 0, 0, 255));
+    ScriptedPage banded(bands, 300, 20);
+    ScrollingCaptureLoop::capture(banded, true, 300);
+    EXPECT_EQ(banded.reports.size(), 2560 / 160 + 1);
 }
 
 TEST(ScrollingCaptureLoop, StopsAtItsCaps)
