@@ -53,10 +53,7 @@ struct FakeHost : CaptureHost {
 struct FakeEditorLauncher : EditorLauncher {
     struct Opened { QImage image; QScreen *screen; Completion completion; };
     std::vector<Opened> opened;
-    void openEditor(const QImage &image, QScreen *screen, Completion completion) override
-    {
-        opened.push_back({image, screen, std::move(completion)});
-    }
+    void openEditor(const QImage &image, QScreen *screen, Completion c) override { opened.push_back({image, screen, std::move(c)}); }
 };
 
 // A capture service on temporary folders and every fake a capture flow takes, keeping each
