@@ -45,10 +45,8 @@ TEST(InterruptedRecordings, FinishesMarkedFilesKeepsOthersAndRetriesFailures)
     const QString playable = dir.filePath("Recording_a.mp4"), empty = dir.filePath("Recording_b.mp4"),
                   stuck = dir.filePath("Recording_c.mp4"), unmarked = dir.filePath("Recording_d.mp4"),
                   gone = dir.filePath("Recording_gone.mp4");
-    for (const QString &path : {playable, empty, stuck, unmarked}) {
-        QFile f(path);
-        ASSERT_TRUE(f.open(QIODevice::WriteOnly) && f.write("x") == 1);
-    }
+    for (const QString &path : {playable, empty, stuck, unmarked})
+        ASSERT_TRUE(QFile(path).open(QIODevice::WriteOnly));
     for (const QString &path : {playable, empty, stuck, gone})
         InterruptedRecordings::begin(path);
     FakeRecordingBackend backend;
