@@ -27,8 +27,8 @@ const Step confirmStop = [](ScreenVideoRecorder &, FakeCaptureStream &s) {
 using Script = FakeMediaWriter::Script;
 using Log = QStringList;
 // error: what the recorder reports, or nothing for the output file.
-struct Case { const char *name; Script writer; bool holdStops; std::optional<RecordingError> stopError; std::vector<Step> steps;
-              std::optional<RecordingError> error; Log log; int stopRequests; };
+struct Case { const char *name; std::vector<Step> steps; std::optional<RecordingError> error; Log log; Script writer = {};
+              int stopRequests = 1; bool holdStops = false; std::optional<RecordingError> stopError = {}; };
 
 RecordingError code(ScreenVideoRecorder::Code c) { return ScreenVideoRecorder::error(c); }
 Script failing(bool Script::*flag, std::optional<RecordingError> error = {})
@@ -41,34 +41,32 @@ Script failing(bool Script::*flag, std::optional<RecordingError> error = {})
 
 const Log started{"start", "session 100", "video 100"};
 const Case cases[] = {
-    {"a frame starts the file; earlier sound is dropped", {}, false, {}, {audio(50), frame(100), audio(120), frame(133), stop},
-     {}, started + Log{"audio 120", "video 133", "finish"}, 1},
-    {"frames that are not complete are skipped", {}, false, {}, {frame(100, 1), frame(110, std::nullopt), audio(115), frame(120), stop},
-     {}, {"start", "session 120", "video 120", "finish"}, 1},
-    {"stop before any frame", {}, false, {}, {audio(10), frame(20, 1), stop}, code(ScreenVideoRecorder::noFrame), {"cancel"}, 1},
-    {"writer cannot start and says nothing", failing(&Script::startOk), false, {}, {frame(100), frame(133)},
-     code(ScreenVideoRecorder::startFailed), {"start", "cancel"}, 1},
-    {"writer cannot start and says why", failing(&Script::startOk, writerError), false, {}, {frame(100)}, writerError, {"start", "cancel"}, 1},
-    {"a frame cannot be written", failing(&Script::videoOk), false, {}, {frame(100), frame(133)},
-     code(ScreenVideoRecorder::videoAppend), started + Log{"cancel"}, 1},
-    {"sound cannot be written", failing(&Script::audioOk), false, {}, {frame(100), audio(110), audio(130)},
-     code(ScreenVideoRecorder::audioAppend), started + Log{"audio 110", "cancel"}, 1},
-    {"the file cannot be finished", failing(&Script::finishOk), false, {}, {frame(100), stop},
-     code(ScreenVideoRecorder::finishFailed), started + Log{"finish"}, 1},
-    {"finishing fails with the writer's reason", failing(&Script::finishOk, writerError), false, {}, {frame(100), stop},
-     writerError, started + Log{"finish"}, 1},
-    {"a writer that is not ready drops frames", failing(&Script::videoReady), false, {}, {frame(100), frame(133), stop},
-     {}, {"start", "session 100", "finish"}, 1},
-    {"the platform ends the stream; later frames are not written", {}, false, {}, {frame(100), platformStop, frame(133)},
-     platformError, started + Log{"cancel"}, 0},
-    {"the platform's error wins over a pending stop", {}, true, {}, {frame(100), stop, platformStop, confirmStop},
-     platformError, started + Log{"cancel"}, 1},
-    {"two stops give one stop request", {}, true, {}, {frame(100), stop, stop, confirmStop}, {}, started + Log{"finish"}, 1},
-    {"samples after a stop are ignored", {}, true, {}, {frame(100), stop, frame(133), audio(140), confirmStop},
-     {}, started + Log{"finish"}, 1},
-    {"a stream that cannot stop reports why", {}, false, platformError, {frame(100), stop}, platformError, started + Log{"cancel"}, 1},
-    {"a stored error outranks the stop's", failing(&Script::videoOk, writerError), false, platformError, {frame(100)},
-     writerError, started + Log{"cancel"}, 1},
+    {"a frame starts the file; earlier sound is dropped", {audio(50), frame(100), audio(120), frame(133), stop}, {},
+     started + Log{"audio 120", "video 133", "finish"}},
+    {"frames that are not complete are skipped", {frame(100, 1), frame(110, std::nullopt), audio(115), frame(120), stop}, {},
+     {"start", "session 120", "video 120", "finish"}},
+    {"stop before any frame", {audio(10), frame(20, 1), stop}, code(ScreenVideoRecorder::noFrame), {"cancel"}},
+    {"writer cannot start and says nothing", {frame(100), frame(133)}, code(ScreenVideoRecorder::startFailed), {"start", "cancel"},
+     failing(&Script::startOk)},
+    {"writer cannot start and says why", {frame(100)}, writerError, {"start", "cancel"}, failing(&Script::startOk, writerError)},
+    {"a frame cannot be written", {frame(100), frame(133)}, code(ScreenVideoRecorder::videoAppend), started + Log{"cancel"},
+     failing(&Script::videoOk)},
+    {"sound cannot be written", {frame(100), audio(110), audio(130)}, code(ScreenVideoRecorder::audioAppend),
+     started + Log{"audio 110", "cancel"}, failing(&Script::audioOk)},
+    {"the file cannot be finished", {frame(100), stop}, code(ScreenVideoRecorder::finishFailed), started + Log{"finish"},
+     failing(&Script::finishOk)},
+    {"finishing fails with the writer's reason", {frame(100), stop}, writerError, started + Log{"finish"}, failing(&Script::finishOk, writerError)},
+    {"a writer that is not ready drops frames", {frame(100), frame(133), stop}, {}, {"start", "session 100", "finish"},
+     failing(&Script::videoReady)},
+    {"the platform ends the stream; later frames are not written", {frame(100), platformStop, frame(133)}, platformError,
+     started + Log{"cancel"}, {}, 0},
+    {"the platform's error wins over a pending stop", {frame(100), stop, platformStop, confirmStop}, platformError,
+     started + Log{"cancel"}, {}, 1, true},
+    {"two stops give one stop request", {frame(100), stop, stop, confirmStop}, {}, started + Log{"finish"}, {}, 1, true},
+    {"samples after a stop are ignored", {frame(100), stop, frame(133), audio(140), confirmStop}, {}, started + Log{"finish"}, {}, 1, true},
+    {"a stream that cannot stop reports why", {frame(100), stop}, platformError, started + Log{"cancel"}, {}, 1, false, platformError},
+    {"a stored error outranks the stop's", {frame(100)}, writerError, started + Log{"cancel"}, failing(&Script::videoOk, writerError), 1, false,
+     platformError},
 };
 
 class ScreenVideoRecorderTest : public ::testing::TestWithParam<Case> {};
