@@ -12,7 +12,7 @@ packages=(
   libx11-dev libxtst-dev libxext-dev libxcb1-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   xvfb xauth openbox xdotool xclip trayer pulseaudio pulseaudio-utils ffmpeg sqlite3
-  x11-xserver-utils x11-utils x11-xkb-utils imagemagick python3 python3-pil chromium
+  x11-xserver-utils x11-utils x11-xkb-utils imagemagick python3 python3-numpy python3-pil python3-psutil python3-xlib chromium
   clang libclang-rt-14-dev
   fonts-dejavu-core fonts-noto-core fonts-droid-fallback
   desktop-file-utils appstream dpkg-dev file

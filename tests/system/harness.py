@@ -1,44 +1,34 @@
 """System-test harness: one private desktop per session (Xvfb, openbox, trayer, a PulseAudio
-null sink, HOME and XDG folders in a temporary folder), the built app run on it, and teardown
-that ends every process the session started. A test file subclasses SystemTestCase and ends
-with `harness.main()`; see README.md."""
+null sink, HOME and XDG folders in a temporary folder) and teardown that ends every process
+it started. A test file subclasses SystemTestCase and ends with `harness.main()`."""
 
 import argparse
 import atexit
 import contextlib
 import os
-import select
+import random
 import shutil
 import signal
 import subprocess
 import sys
 import tempfile
-import time
 import types
 import unittest
 import uuid
+from pathlib import Path
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 
-from procs import (TOKEN_VARIABLE, ManagedProcess, WaitTimeout, kill_session_processes,  # noqa: E402,F401
-                   process_table, wait_until)
-from xtools import Display, ToolMissing, selection_owner, tool_path  # noqa: E402,F401
+from procs import (TOKEN_VARIABLE, ManagedProcess, WaitTimeout, process_table,  # noqa: E402,F401
+                   session_processes, wait_until)
+from xtools import Display, tool_path  # noqa: E402,F401
 
-_OPENBOX_RC = """<?xml version="1.0" encoding="UTF-8"?>
-<openbox_config xmlns="http://openbox.org/3.4/rc">
+_OPENBOX_RC = """<openbox_config xmlns="http://openbox.org/3.4/rc">
   <focus><focusNew>yes</focusNew><followMouse>no</followMouse></focus>
-  <placement><policy>Smart</policy><center>yes</center></placement>
-  <desktops><number>1</number></desktops>
+  <placement><policy>Smart</policy><center>yes</center></placement><desktops><number>1</number></desktops>
   <keyboard><keybind key="A-F4"><action name="Close"/></keybind></keyboard>
-  <mouse>
-    <context name="Client">
-      <mousebind button="Left" action="Press"><action name="Focus"/><action name="Raise"/></mousebind>
-    </context>
-    <context name="Titlebar">
-      <mousebind button="Left" action="Press"><action name="Focus"/><action name="Raise"/></mousebind>
-      <mousebind button="Left" action="Drag"><action name="Move"/></mousebind>
-    </context>
-  </mouse>
+  <mouse><context name="Client"><mousebind button="Left" action="Press">
+    <action name="Focus"/><action name="Raise"/></mousebind></context></mouse>
 </openbox_config>
 """
 
@@ -76,15 +66,10 @@ class Session:
         self.screen, self.scale, self.tray, self.audio = screen, scale, tray, audio
         self.token = uuid.uuid4().hex
         self.root = tempfile.mkdtemp(prefix="vistrel-system-")
-        self.home = os.path.join(self.root, "home")
-        self.runtime_dir = os.path.join(self.root, "run")
-        self.logs_dir = os.path.join(self.root, "logs")
-        self.data_home = os.path.join(self.home, ".local", "share")
-        self.desktop_dir = os.path.join(self.home, "Desktop")
-        self.documents_dir = os.path.join(self.home, "Documents")
-        self.display, self.x = None, None
-        self.processes, self.leftovers = [], []
-        self.closed = False
+        self.home, self.runtime_dir, self.logs_dir = (os.path.join(self.root, d) for d in ("home", "run", "logs"))
+        self.data_home, self.desktop_dir, self.documents_dir = (
+            os.path.join(self.home, d) for d in (".local/share", "Desktop", "Documents"))
+        self.display, self.x, self.processes, self.leftovers, self.closed = None, None, [], [], False
 
     def start(self):
         _open_sessions.append(self)
@@ -94,9 +79,6 @@ class Session:
         except BaseException:
             self.close()
             raise
-        if self.scale != 1.0:
-            self.env["QT_SCALE_FACTOR"] = "%g" % self.scale
-        self.x = Display(self.env, keys_helper=self.binary("vistrel-test-keys"))
         return self
 
     def _make_folders(self):
@@ -110,8 +92,7 @@ class Session:
                             'XDG_DESKTOP_DIR="$HOME/Desktop"\nXDG_DOCUMENTS_DIR="$HOME/Documents"\n'),
                            (os.path.join(self.root, "openbox-rc.xml"), _OPENBOX_RC),
                            (os.path.join(self.root, "pulse-client.conf"), "autospawn = no\n")):
-            with open(path, "w") as f:
-                f.write(text)
+            Path(path).write_text(text)
         pulse = os.path.join(self.runtime_dir, "pulse")
         self.env = {k: os.environ[k] for k in _PASS_THROUGH if k in os.environ}
         self.env.update({
@@ -124,45 +105,31 @@ class Session:
             "DBUS_SESSION_BUS_ADDRESS": "unix:path=" + os.path.join(self.runtime_dir, "no-bus"),
             "PULSE_RUNTIME_PATH": pulse, "PULSE_SERVER": "unix:" + os.path.join(pulse, "native"),
             "PULSE_CLIENTCONFIG": os.path.join(self.root, "pulse-client.conf"),
-            "NO_AT_BRIDGE": "1", "QT_ACCESSIBILITY": "0", "QT_QPA_PLATFORM": "xcb"})
+            "NO_AT_BRIDGE": "1", "QT_ACCESSIBILITY": "0", "QT_QPA_PLATFORM": "xcb",
+            "QT_SCALE_FACTOR": "%g" % self.scale})
 
     def _start_servers(self):
-        read_end, write_end = os.pipe()
-        try:
-            server = self.spawn("Xvfb", [tool_path("Xvfb"), "-displayfd", str(write_end), "-screen", "0",
-                                         "%dx%dx24" % self.screen, "-nolisten", "tcp", "-noreset",
-                                         "-dpi", "96"],
-                                # TERM lets the server remove its lock file.
-                                pass_fds=(write_end,), death_signal=signal.SIGTERM)
-        finally:
-            os.close(write_end)
-        number, deadline = b"", time.monotonic() + 20
-        with os.fdopen(read_end, "rb", buffering=0) as pipe:
-            while not number.endswith(b"\n") and time.monotonic() < deadline:
-                if select.select([pipe], [], [], 0.2)[0]:
-                    chunk = pipe.read(32)
-                    if not chunk:
-                        break
-                    number += chunk
-        if not number.strip().isdigit():
-            raise RuntimeError("Xvfb did not report a display:\n" + server.log_text())
-        self.display = self.env["DISPLAY"] = ":" + number.decode().strip()
-        self.spawn("openbox", [tool_path("openbox"), "--sm-disable", "--config-file",
-                               os.path.join(self.root, "openbox-rc.xml")])
-        wait_until(lambda: selection_owner(self.display, "WM_S0"), 20, "openbox to manage the screen")
+        # A random number, not the first free one: a server in another PID namespace sharing
+        # /tmp takes a live server's lock for stale.
+        self.display = self.env["DISPLAY"] = ":%d" % random.randrange(1000, 50000)
+        # TERM lets the server remove its lock file.
+        self.spawn("Xvfb", [tool_path("Xvfb"), self.display, "-screen", "0", "%dx%dx24" % self.screen,
+                            "-nolisten", "tcp", "-noreset", "-dpi", "96"], death_signal=signal.SIGTERM)
+        self.x = wait_until(lambda: Display(self.env), 20, "Xvfb to take clients on " + self.display)
+        self.spawn("openbox", [tool_path("openbox"), "--sm-disable", "--config-file", self.root + "/openbox-rc.xml"])
+        wait_until(lambda: self.x.selection_owner("WM_S0"), 20, "openbox to manage the screen")
         if self.tray:
-            self.spawn("trayer", [tool_path("trayer"), "--edge", "top", "--align", "right",
-                                  "--widthtype", "request", "--height", "24", "--SetDockType", "true",
-                                  "--SetPartialStrut", "false", "--transparent", "false"])
-            wait_until(lambda: selection_owner(self.display, "_NET_SYSTEM_TRAY_S0"), 20,
+            self.spawn("trayer", [tool_path("trayer"), "--edge", "top", "--align", "right", "--widthtype", "request",
+                                  "--height", "24", "--SetDockType", "true", "--SetPartialStrut", "false",
+                                  "--transparent", "false"])
+            wait_until(lambda: self.x.selection_owner("_NET_SYSTEM_TRAY_S0"), 20,
                        "trayer to own the system tray")
         if self.audio:
             socket_path = os.path.join(self.runtime_dir, "pulse", "native")
-            self.spawn("pulseaudio", [tool_path("pulseaudio"), "-n", "--daemonize=no",
-                                      "--exit-idle-time=-1", "--use-pid-file=no", "--log-target=stderr",
-                                      "-L", "module-null-sink sink_name=%s" % NULL_SINK,
-                                      "-L", "module-native-protocol-unix socket=%s auth-anonymous=1"
-                                      % socket_path])
+            self.spawn("pulseaudio", [tool_path("pulseaudio"), "-n", "--daemonize=no", "--exit-idle-time=-1",
+                                      "--use-pid-file=no", "--log-target=stderr", "-L", "module-null-sink sink_name="
+                                      + NULL_SINK, "-L", "module-native-protocol-unix auth-anonymous=1 socket="
+                                      + socket_path])
             wait_until(lambda: os.path.exists(socket_path), 20, "the PulseAudio socket")
             subprocess.run([tool_path("pactl"), "set-default-sink", NULL_SINK], env=self.env,
                            check=True, capture_output=True, timeout=20)
@@ -172,9 +139,14 @@ class Session:
         if self.closed:
             return
         self.closed = True
+        if self.x is not None:
+            self.x.close()
         for process in reversed(self.processes):
             process.stop()
-        self.leftovers = kill_session_processes(self.token)
+        self.leftovers = session_processes(self.token)     # the sweep: processes that left their group
+        for info in self.leftovers:
+            with contextlib.suppress(ProcessLookupError):
+                os.kill(info.pid, signal.SIGKILL)
         shutil.rmtree(self.root, ignore_errors=True)
         if self in _open_sessions:
             _open_sessions.remove(self)
@@ -186,28 +158,22 @@ class Session:
         return os.path.join(self.root, "scratch", name)
 
     def binary(self, name):
-        return os.path.join(self.build_dir, "bin", name)
-
-    def require_binary(self, name):
-        path = self.binary(name)
+        path = os.path.join(self.build_dir, "bin", name)
         if not os.access(path, os.X_OK):
-            raise ToolMissing("%s is not built: build the target %s" % (path, name))
+            raise FileNotFoundError("%s is not built: build the target %s" % (path, name))
         return path
 
-    def spawn(self, name, argv, extra_env=None, pass_fds=(), death_signal=signal.SIGKILL):
+    def spawn(self, name, argv, extra_env=None, death_signal=signal.SIGKILL):
         """Starts a tracked process (argv[0] absolute); its output goes to logs/<name>.log."""
-        log, suffix = os.path.join(self.logs_dir, "%s.log" % name), 1
-        while os.path.exists(log):
-            suffix += 1
-            log = os.path.join(self.logs_dir, "%s-%d.log" % (name, suffix))
+        log = os.path.join(self.logs_dir, "%d-%s.log" % (len(self.processes), name))
         process = ManagedProcess(name, argv, dict(self.env, **(extra_env or {})), log,
-                                 pass_fds=pass_fds, cwd=self.home, death_signal=death_signal)
+                                 cwd=self.home, death_signal=death_signal)
         self.processes.append(process)
         return process
 
     def launch(self, binary, args=(), extra_env=None):
         """Starts a built program from <build>/bin."""
-        return self.spawn(binary, [self.require_binary(binary)] + list(args), extra_env)
+        return self.spawn(binary, [self.binary(binary)] + list(args), extra_env)
 
     def file_tree(self, top=None):
         """Relative paths of every file under `top` (default HOME)."""
@@ -217,36 +183,29 @@ class Session:
 
     def save_diagnostics(self, folder):
         """Screen, keymap, windows, processes and logs, for a failed test."""
-        os.makedirs(folder, exist_ok=True)
-        report = []
+        shutil.copytree(self.logs_dir, os.path.join(folder, "logs"), dirs_exist_ok=True)
+        report, table = [], process_table(self.token)
 
         def write(name, text):
-            with open(os.path.join(folder, name), "w", encoding="utf-8") as f:
-                f.write(text)
-
-        def windows():
-            return "\n".join(["active: %s" % hex(self.x.active_window_id() or 0)]
-                             + ["%s  %s" % (self.x.window(w), self.x.geometry(w))
-                                for w in self.x.managed_window_ids()]) + "\n"
-        if self.x is not None and self.display:
-            for title, action in (
-                    ("screenshot", lambda: self.x.screenshot(os.path.join(folder, "screen.png"))),
-                    ("keymap", lambda: write("keymap.txt", self.x.text(["xmodmap", "-pm"])
-                                             + "\n" + self.x.text(["xmodmap", "-pke"]))),
-                    ("windows", lambda: write("windows.txt", windows()))):
-                try:
-                    action()
-                except Exception as error:  # noqa: BLE001 - diagnostics are best effort
-                    report.append("%s failed: %s" % (title, error))
-        table = process_table(self.token)
-        write("processes.txt", table)
-        write("home-files.txt", "\n".join(self.file_tree()) + "\n")
-        shutil.copytree(self.logs_dir, os.path.join(folder, "logs"), dirs_exist_ok=True)
+            Path(folder, name).write_text(text + "\n", encoding="utf-8")
+        for title, action in (
+                ("screenshot", lambda: self.x.screenshot(os.path.join(folder, "screen.png"))),
+                ("keymap", lambda: write("keymap.txt", "\n".join(map(str, self.x.keymap().keysyms.items()))
+                                         + "\n" + str(self.x.keymap().modifiers))),
+                ("windows", lambda: write("windows.txt", "\n".join(
+                    ["active: %s" % hex(self.x.active_window_id() or 0)] + ["%s  %s" % (
+                        self.x.window(w), self.x.geometry(w)) for w in self.x.managed_window_ids()]))),
+                ("processes", lambda: write("processes.txt", table)),
+                ("files", lambda: write("home-files.txt", "\n".join(self.file_tree())))):
+            try:
+                action()
+            except Exception as error:  # noqa: BLE001 - diagnostics are best effort
+                report.append("%s failed: %s" % (title, error))
         report.append("processes:\n" + table)
         for p in self.processes:
             if p.name not in _DESKTOP_SERVICES:
                 report.append("%s (pid %d, status %s), last lines of its output:\n%s" % (
-                    p.name, p.pid, p.returncode, "\n".join(p.log_text().splitlines()[-20:])))
+                    p.name, p.pid, p.poll(), "\n".join(p.log_text().splitlines()[-20:])))
         return "\n".join(report)
 
 
@@ -298,15 +257,13 @@ def main():
     parser = argparse.ArgumentParser(add_help=False)
     parser.add_argument("--build-dir", default=os.environ.get("VISTREL_BUILD_DIR", os.path.join(
         os.path.dirname(os.path.abspath(__file__)), "..", "..", "build")))
-    parser.add_argument("--artifacts-dir")
     parser.add_argument("--keep-artifacts", action="store_true")
     parser.add_argument("--list", action="store_true")
     known, rest = parser.parse_known_args()
     build_dir = os.path.abspath(known.build_dir)
     SystemTestCase.options = types.SimpleNamespace(
         build_dir=build_dir, keep_artifacts=known.keep_artifacts,
-        artifacts_dir=os.path.abspath(known.artifacts_dir or os.path.join(
-            build_dir, "Testing", "system-artifacts")))
+        artifacts_dir=os.path.join(build_dir, "Testing", "system-artifacts"))
     module = sys.modules["__main__"]
     if known.list:
         print("\n".join(_names(unittest.defaultTestLoader.loadTestsFromModule(module))))

@@ -1,5 +1,4 @@
-"""Web pages for the scrolling capture tests, Chromium to show them, its own headless render
-of the whole page as the ground truth, and a row-by-row comparison."""
+"""Web pages for the scrolling tests, Chromium to show and render them, and a row-by-row comparison."""
 
 import base64
 import io
@@ -8,11 +7,13 @@ import random
 import re
 import subprocess
 import types
+from pathlib import Path
 
 from PIL import Image, ImageChops
 
 import harness
 from vistrel_app import COMMAND_6, VistrelApp
+from xtools import read_png
 
 NAME = re.compile(r"^ScrollingCapture_\d{4}-\d\d-\d\d_\d\d-\d\d-\d\d(_\d+)?\.png$")
 HUD_SIZE = (320, 98)
@@ -26,37 +27,30 @@ FOOTER_HEIGHT, FOOTER_RGB = 48, (0xe6, 0x39, 0x46)
 
 
 def _noise_png(width, height, seed):
-    rng = random.Random(seed)
-    image = Image.new("RGB", (width // 4, height // 4))
-    image.putdata([(rng.randrange(256), rng.randrange(256), rng.randrange(256))
-                   for _ in range(image.width * image.height)])
+    noise = random.Random(seed).randbytes(width // 4 * (height // 4) * 3)
     out = io.BytesIO()
-    image.resize((width, height), Image.NEAREST).save(out, "PNG")
+    Image.frombytes("RGB", (width // 4, height // 4), noise).resize((width, height), Image.NEAREST).save(out, "PNG")
     return base64.b64encode(out.getvalue()).decode()
 
 
 def page_html(kind, blocks, seed=1):
     """(html, page height in CSS pixels) of text, pictures and coloured blocks of fixed
     heights; kind "footer" adds a fixed footer."""
-    rng = random.Random(seed)
-    body, height = [], 0
+    rng, body, height = random.Random(seed), [], 0
     words = "scroll capture stitch frame shift row page image editor region".split()
     for i in range(blocks):
+        h = (6 * 24 + 16, 120 + 20 * (i % 4), 90)[i % 3]
         if i % 3 == 0:
-            h = 6 * 24 + 16
             lines = "<br>".join("%d. %s" % (height + n, " ".join(rng.choice(words) for _ in range(9)))
                                 for n in range(6))
             body.append('<div style="height:%dpx;padding:8px 16px;box-sizing:border-box;'
                         'font:16px/24px sans-serif;color:#222">%s</div>' % (h, lines))
         elif i % 3 == 1:
-            h = 120 + 20 * (i % 4)
             body.append('<img style="display:block;width:%dpx;height:%dpx" src="data:image/png;base64,%s">'
                         % (PAGE_WIDTH, h, _noise_png(PAGE_WIDTH, h, seed * 1000 + i)))
         else:
-            h = 90
-            colour = "#%02x%02x%02x" % (rng.randrange(256), rng.randrange(256), rng.randrange(256))
-            body.append('<div style="height:%dpx;background:%s;margin-left:%dpx;width:%dpx"></div>'
-                        % (h, colour, rng.randrange(300), 200 + rng.randrange(400)))
+            body.append('<div style="height:%dpx;background:#%06x;margin-left:%dpx;width:%dpx"></div>'
+                        % (h, rng.randrange(1 << 24), rng.randrange(300), 200 + rng.randrange(400)))
         height += h
     if kind == "footer":
         body.append('<div style="position:fixed;left:0;bottom:0;width:%dpx;height:%dpx;background:rgb%s;'
@@ -79,15 +73,13 @@ def chromium(session, profile, *args):
 
 
 def start(session, kind="content", window=(1000, 800), blocks=24, page=None):
-    """The app ready (hot keys registered), then Chromium in front on a page: `page` as
-    (html, height), or the one built for `kind`. Returns the app, the page's file and
-    height, the root position of its top-left (vx, vy) and Chromium's client geometry."""
+    """The app ready, then Chromium in front on `page` (html, height) or the one built for `kind`:
+    the app, the page's file and height, its top-left's root position and Chromium's geometry."""
     app = VistrelApp(session)
     app.ready_with_main_only()
     html, height = page or page_html(kind, blocks)
     path = session.scratch("page-%s.html" % kind)
-    with open(path, "w", encoding="utf-8") as f:
-        f.write(html)
+    Path(path).write_text(html, encoding="utf-8")
     session.spawn("chromium", chromium(session, "profile", "--window-position=0,0", "--window-size=%d,%d" % window,
                                        "--app=file://" + path))
     browser = session.x.wait_for_window(name="page-" + kind, timeout=60)
@@ -119,15 +111,15 @@ def correct_rows(result, truth):
 
 
 def select(session, page, left, top, right, bottom, keys=COMMAND_6):
-    """Command+6, then a drag over the page from (left, top) to (right, bottom), in root
-    pixels from the page's top-left."""
+    """Command+6, then a drag over the page, in root pixels from the page's top-left."""
     page.app.open_selector(keys)
     session.x.drag_line(page.vx + left, page.vy + top, page.vx + right, page.vy + bottom)
 
 
 def hud(session, app):
     """The progress panel's windows on screen (none or one)."""
-    return [wid for wid, g in session.x.visible_windows(app.pid) if (g.width, g.height) == HUD_SIZE]
+    return [wid for wid, g in session.x.visible_windows(app.pid)
+            if (g.width, g.height) == tuple(int(v * session.scale) for v in HUD_SIZE)]
 
 
 def captures(session):
@@ -136,10 +128,9 @@ def captures(session):
 
 def wait_for_capture(session, count=1, timeout=120):
     """The count-th saved capture, decoded."""
-    names = harness.wait_until(lambda: len(captures(session)) >= count and captures(session), timeout,
-                               "ScrollingCapture PNG number %d" % count)
-    with Image.open(os.path.join(session.desktop_dir, names[count - 1])) as image:
-        return names[count - 1], image.convert("RGB")
+    name = harness.wait_until(lambda: len(captures(session)) >= count and captures(session), timeout,
+                              "ScrollingCapture PNG number %d" % count)[count - 1]
+    return name, read_png(os.path.join(session.desktop_dir, name))
 
 
 def panel_frames(session, wid):

@@ -1,14 +1,13 @@
 #!/usr/bin/env python3
-"""The recent-captures list: an editor closed unsaved leaves the file, its row and the
-clipboard as they were; Control+C on an older row copies that capture, a double click
-re-opens it in the editor and saving there overwrites the same file without a new row;
-"Thư mục" without any file manager leaves the app running; a row whose file is gone shows
-the placeholder tile."""
+"""The recent-captures list: copy, re-edit, open the folder, a missing file's tile."""
 
+import io
 import os
 
+from PIL import Image
+
 import harness
-from vistrel_app import EDITOR_TITLE, VistrelApp, read
+from vistrel_app import EDITOR_TITLE, read, start
 from xtools import read_png
 
 REGIONS = ((200, 200, 240, 160), (900, 500, 240, 160))   # points: x, y, width, height
@@ -20,12 +19,10 @@ FOLDER_BUTTON = (828, 274)  # "▤  Thư mục"
 class HistoryTests(harness.SystemTestCase):
 
     def test_copy_and_reedit_an_older_capture(self):
-        session = self.start_session()
-        x = session.x
+        session, x, app = start(self.start_session())
         x.paint_pattern(*session.screen, session.scratch("pattern.png"))
         no_tools = session.scratch("empty-bin")
         os.makedirs(no_tools)
-        app = VistrelApp(session)
         main = app.ready_with_main_only(extra_env={"PATH": no_tools})   # no xdg-open
 
         path, editor = app.capture(*REGIONS[0])
@@ -47,10 +44,7 @@ class HistoryTests(harness.SystemTestCase):
             x.key("ctrl+c")
         # Newest first: the older capture is the second row.
         select_row(1)
-        copied = session.scratch("copied.png")
-        with open(copied, "wb") as f:
-            f.write(x.wait_clipboard("image/png"))
-        on_clipboard, on_disk = read_png(copied), read_png(path)
+        on_clipboard, on_disk = Image.open(io.BytesIO(x.wait_clipboard("image/png"))).convert("RGB"), read_png(path)
         self.assertEqual((on_clipboard.size, on_clipboard.tobytes()), (on_disk.size, on_disk.tobytes()))
 
         # The newer capture's file goes away; its row shows the placeholder from the next reload.
@@ -65,10 +59,9 @@ class HistoryTests(harness.SystemTestCase):
         self.assertEqual(app.history(), rows)
 
         def placeholder_shown():
-            shot = x.screenshot(session.scratch("list.png"), main.id)
-            tile = [shot.getpixel((px, py)) for py in range(TABLE_ROWS_TOP, TABLE_ROWS_TOP + ROW_HEIGHT)
-                    for px in range(40, 152)]
-            return sum(1 for rgb in tile if all(abs(c - 85) <= 3 for c in rgb)) > 1500
+            tile = x.screenshot(session.scratch("list.png"), main.id).crop((40, TABLE_ROWS_TOP, 152,
+                                                                            TABLE_ROWS_TOP + ROW_HEIGHT))
+            return sum(1 for rgb in tile.getdata() if all(abs(c - 85) <= 3 for c in rgb)) > 1500
         harness.wait_until(placeholder_shown, 10, "the placeholder tile on the first row")
 
         # No file manager to open the folder with: the app says nothing and goes on ...

@@ -1,16 +1,12 @@
 #!/usr/bin/env python3
-"""Scrolling capture, end to end, over a real browser: Command+6 over a Chromium page scrolls
-it to the end and stitches one long PNG that must equal Chromium's own render of the page;
-a page already at its end gives one frame; Escape cancels; the progress panel is never in
-the picture."""
-
-import time
+"""Scrolling capture over Chromium, checked against Chromium's own render of the page."""
 
 import harness
 import scrolling_pages as pages
 from vistrel_app import EDITOR_TITLE
 
 SCROLLING_BUTTON = (644, 274)          # "↧   Chụp cuộn" on the main window, in points
+ESCAPE, RETURN = (9,), (36,)           # keycodes
 
 
 class ScrollingCaptureTests(harness.SystemTestCase):
@@ -22,40 +18,32 @@ class ScrollingCaptureTests(harness.SystemTestCase):
         self.assertGreaterEqual(good / height, 0.995, "%d of %d rows correct" % (good, height))
 
     def test_command_6_stitches_the_whole_page_then_one_frame_at_its_end(self):
-        session = self.start_session()
-        page = pages.start(session)
-        truth = pages.ground_truth(session, page)
-        left, top, width, height = 20, 40, 800, 500
-        started = time.monotonic()
-        pages.select(session, page, left, top, left + width, top + height)
-        # The panel shows while the capture runs, away from the region.
-        harness.wait_until(lambda: pages.hud(session, page.app), 20, "the progress panel")
-        name, result = pages.wait_for_capture(session)
-        print("stitched in %.1f s" % (time.monotonic() - started))
-        # At the page's end the viewport's bottom is the page's; the region's bottom is
-        # (viewport height - region bottom) above it.
-        self._assert_stitched(result, truth, left, top, width,
-                              page.height - top - (page.browser.height - (top + height)))
-        [row] = page.app.history()
-        self.assertEqual((row["type"], row["path"]), ("screenshot", session.desktop_dir + "/" + name))
-        editor = session.x.wait_for_window(name=EDITOR_TITLE, pid=page.app.pid, timeout=30)
-        self.assertEqual(pages.hud(session, page.app), [])
-
-        # The page is at its end now: the next capture is the region alone.
-        session.x.close_window(editor.id)
-        pages.select(session, page, 20, 10, 620, 210)
-        self.assertEqual(pages.wait_for_capture(session, 2, 60)[1].size, (600, 200))
-
-    def test_scale_2_capture_is_twice_as_dense_as_the_region(self):
-        session = self.start_session(screen=(3840, 2160), scale=2.0)
-        page = pages.start(session, blocks=9)
-        truth = pages.ground_truth(session, page)
-        # 400 × 300 points about (20, 40) points into the page: 800 × 600 root pixels, from a
+        # At scale 2 the region is 400 × 300 points about (20, 40) points into the page: from a
         # root pixel on the points' grid (even), since the selector works in points.
-        left, top, width, height = 40 + page.vx % 2, 80 + page.vy % 2, 800, 600
-        pages.select(session, page, left, top, left + width, top + height)
-        self._assert_stitched(pages.wait_for_capture(session)[1], truth, left, top, width,
-                              2 * page.height - top - (page.browser.height - (top + height)))
+        for label, screen, scale, blocks, (left, top, width, height) in (
+                ("scale-1", (1920, 1080), 1.0, 24, (20, 40, 800, 500)),
+                ("scale-2", (3840, 2160), 2.0, 9, (40, 80, 800, 600))):
+            with self.subTest(label), self.session_scope(label, screen, scale) as session:
+                page = pages.start(session, blocks=blocks)
+                truth = pages.ground_truth(session, page)
+                left, top = left + page.vx % int(scale), top + page.vy % int(scale)
+                pages.select(session, page, left, top, left + width, top + height)
+                # The panel shows while the capture runs, away from the region.
+                harness.wait_until(lambda: pages.hud(session, page.app), 20, "the progress panel")
+                name, result = pages.wait_for_capture(session)
+                # At the page's end the viewport's bottom is the page's; the region's bottom is
+                # (viewport height - region bottom) above it.
+                self._assert_stitched(result, truth, left, top, width,
+                                      int(scale * page.height) - top - (page.browser.height - (top + height)))
+                self.assertEqual(page.app.history(), [{"type": "screenshot", "path": session.desktop_dir + "/" + name}])
+                editor = session.x.wait_for_window(name=EDITOR_TITLE, pid=page.app.pid, timeout=30)
+                self.assertEqual(pages.hud(session, page.app), [])
+
+                # The page is at its end now: the next capture is the region alone.
+                session.x.close_window(editor.id)
+                left, top = 20 + page.vx % int(scale), 10 + page.vy % int(scale)
+                pages.select(session, page, left, top, left + 600, top + 200)
+                self.assertEqual(pages.wait_for_capture(session, 2, 60)[1].size, (600, 200))
 
     def test_panel_never_in_the_picture_even_over_its_corner(self):
         # A region reaching the screen's top-right corner, where the panel usually sits.
@@ -76,11 +64,8 @@ class ScrollingCaptureTests(harness.SystemTestCase):
         page = pages.start(session)
         pages.select(session, page, 20, 40, 820, 540)
         harness.wait_until(lambda: pages.hud(session, page.app), 20, "the progress panel")
-        session.x.run(["xdotool", "keydown", "Escape"])
-        try:
+        with session.x.holding(ESCAPE):
             harness.wait_until(lambda: not pages.hud(session, page.app), 20, "the panel to close")
-        finally:
-            session.x.run(["xdotool", "keyup", "Escape"])
         self.assertEqual((pages.captures(session), page.app.history()), ([], []))
         self.assertEqual(session.x.windows(name=EDITOR_TITLE, pid=page.app.pid), [])
 
@@ -116,11 +101,8 @@ class ScrollingCaptureTests(harness.SystemTestCase):
                                           and pages.panel_frames(session, panel), 6, "a kept frame")
             except harness.WaitTimeout:
                 break
-        session.x.run(["xdotool", "keydown", "Return"])
-        try:
+        with session.x.holding(RETURN):
             result = pages.wait_for_capture(session, timeout=30)[1]
-        finally:
-            session.x.run(["xdotool", "keyup", "Return"])
         self._assert_stitched(result, truth, left, top, width, page.height - top)
         # The footer's red shows in its last rows and nowhere above them.
         rows_with_red = [y for y in range(result.height) if result.getpixel((width - 20, y)) == pages.FOOTER_RGB]

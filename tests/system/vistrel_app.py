@@ -1,13 +1,16 @@
 """What the system tests know about the app: window titles, control positions, colours and
 the keymap that Windows Mode produces, plus a driver that uses them as a user would."""
 
+import contextlib
 import json
 import os
 import re
 import signal
+from pathlib import Path
+import sqlite3
 
-from procs import WaitTimeout, wait_until
-from xtools import find_pattern, sqlite_rows
+from procs import retried, wait_until
+from xtools import Keymap, find_pattern
 
 MAIN_TITLE_PREFIX = "Vistrel "
 MAPPING_TITLE = "Vistrel · Ánh xạ phím"
@@ -35,7 +38,7 @@ SWAP = {
 
 
 def chord(*keycodes):
-    return "+".join(str(k) for k in keycodes)
+    return keycodes
 
 
 COMMAND_TAB = chord(KEY_SUPER_L, KEY_TAB)                  # physical Command = Super
@@ -47,33 +50,21 @@ COMMAND_4, COMMAND_5, COMMAND_6 = (chord(KEY_SUPER_L, k) for k in (13, 14, 15))
 
 def swap_problems(keymap):
     """Why `keymap` does not show the Command/Control swap (empty when it does)."""
-    problems = []
-    for code, (keysym, modifier, former) in sorted(SWAP.items()):
-        if keymap.first_keysym(code) != keysym:
-            problems.append("keycode %d is %s, not %s" % (code, keymap.first_keysym(code), keysym))
-        if code not in keymap.modifiers.get(modifier, ()):
-            problems.append("keycode %d is not in %s" % (code, modifier))
-        if code in keymap.modifiers.get(former, ()):
-            problems.append("keycode %d is still in %s" % (code, former))
-    return problems
+    return ["keycode %d is %s in %s, not %s in %s alone" % (
+                code, keymap.first_keysym(code), sorted(n for n, codes in keymap.modifiers.items() if code in codes),
+                keysym, modifier)
+            for code, (keysym, modifier, former) in sorted(SWAP.items())
+            if keymap.first_keysym(code) != keysym or code not in keymap.modifiers[modifier]
+            or code in keymap.modifiers[former]]
 
 
 def swap_only_problems(before, after):
     """Why `after` is not exactly `before` plus the swap (empty when it is)."""
-    problems = swap_problems(after)
-    for code in sorted(set(before.keysyms) | set(after.keysyms)):
-        if code not in SWAP and before.keysyms.get(code) != after.keysyms.get(code):
-            problems.append("keycode %d changed: %s -> %s" % (
-                code, before.keysyms.get(code), after.keysyms.get(code)))
-    for name in ("shift", "lock", "mod1", "mod2", "mod3", "mod5"):
-        if before.modifiers.get(name) != after.modifiers.get(name):
-            problems.append("%s changed: %s -> %s" % (name, sorted(before.modifiers.get(name, ())),
-                                                      sorted(after.modifiers.get(name, ()))))
-    expected_control = (set(before.modifiers.get("control", ())) - set(SWAP)) | {KEY_SUPER_L, KEY_SUPER_R}
-    if set(after.modifiers.get("control", ())) != expected_control:
-        problems.append("control is %s, expected %s" % (
-            sorted(after.modifiers.get("control", ())), sorted(expected_control)))
-    return problems
+    expected = Keymap(dict(before.keysyms), {name: set(codes) - set(SWAP) for name, codes in before.modifiers.items()})
+    for code, (_, modifier, _) in SWAP.items():
+        expected.keysyms[code] = after.keysyms.get(code)     # swap_problems checks these
+        expected.modifiers[modifier].add(code)
+    return swap_problems(after) + after.differences(expected)
 
 
 def near(rgb, target, tolerance=3):
@@ -81,8 +72,12 @@ def near(rgb, target, tolerance=3):
 
 
 def read(path):
-    with open(path, "rb") as f:
-        return f.read()
+    return Path(path).read_bytes()
+
+
+def start(session):
+    """The session, its display and a not yet launched app on it."""
+    return session, session.x, VistrelApp(session)
 
 
 class VistrelApp:
@@ -101,21 +96,15 @@ class VistrelApp:
         return self.process.pid if self.process else self._pid
 
     def read_mappings(self):
-        with open(self.mappings_file, encoding="utf-8") as f:
-            return json.load(f)
+        return json.loads(Path(self.mappings_file).read_bytes())
 
     def launch(self, args=(), extra_env=None):
         self.process = self.session.launch("vistrel", args, extra_env)
         return self.process
 
     def main_window(self, timeout=30):
-        try:
-            return self.x.wait_for_window(prefix=MAIN_TITLE_PREFIX, pid=self.pid, timeout=timeout)
-        except AssertionError:
-            if not self.process.alive():
-                raise AssertionError("the app exited with status %s before showing its window:\n%s"
-                                     % (self.process.returncode, self.process.log_text()))
-            raise
+        # A failure's diagnostics show whether the app died first, with its output.
+        return self.x.wait_for_window(prefix=MAIN_TITLE_PREFIX, pid=self.pid, timeout=timeout)
 
     def full_screen_windows(self):
         """The app's viewable windows that cover the whole screen: its region selectors."""
@@ -134,8 +123,7 @@ class VistrelApp:
         return sorted(n for n in os.listdir(self.session.desktop_dir) if n.endswith(".png"))
 
     def capture(self, x, y, w, h):
-        """Command+4 and a drag over a region (root pixels); returns the new PNG's path and
-        the editor that opens on it."""
+        """Command+4 and a drag over a region (root pixels); the new PNG's path and its editor."""
         editors = self.x.windows(name=EDITOR_TITLE, pid=self.pid)
         before = self.desktop_pngs()
         self.open_selector()
@@ -147,26 +135,18 @@ class VistrelApp:
 
     def canvas_origin(self, editor, x0, y0):
         """Root position of a capture's first pixel, the pattern's (x0, y0), once the editor shows it."""
-        scratch = self.session.scratch("editor.png")
-
         def located():
-            found = find_pattern(self.x.screenshot(scratch, editor.id), x0, y0)
+            found = find_pattern(self.x.screenshot(self.session.scratch("editor.png"), editor.id), x0, y0)
             frame = self.x.geometry(editor.id)
             return found and (frame.x + found[0], frame.y + found[1])
         return wait_until(located, 20, "the capture on the editor's canvas")
 
     def open_mapping_window(self, timeout=30):
-        """Clicks the main window's key-mapping button until the window is up: like a chord,
-        a click that lands while openbox re-reads a keymap the bridge just changed is lost."""
+        """Clicks the main window's key-mapping button until the window is up."""
         main = self.main_window()
-        for attempt in range(3):
-            self.x.click(main.id, *MAPPING_BUTTON, scale=self.session.scale)
-            try:
-                return self.x.wait_for_window(name=MAPPING_TITLE, pid=self.pid,
-                                              timeout=timeout / 3 if attempt < 2 else timeout)
-            except WaitTimeout:
-                if attempt == 2:
-                    raise
+        return retried(lambda: self.x.click(main.id, *MAPPING_BUTTON, scale=self.session.scale),
+                       lambda seconds: self.x.wait_for_window(name=MAPPING_TITLE, pid=self.pid, timeout=seconds),
+                       timeout)
 
     def pill_state(self, window):
         """"active", "paused", or the sampled colour when it is neither."""
@@ -178,9 +158,8 @@ class VistrelApp:
         wait_until(lambda: self.pill_state(window) == state, timeout, "the bridge pill to read %s" % state)
 
     def wait_ready(self):
-        """Main window up, key-mapping window open and the bridge ACTIVE. The pill turns
-        active only after the hot keys were registered for the swapped keymap, so key
-        chords pressed after this reach the app."""
+        """Main window up, key-mapping window open and the bridge ACTIVE: the pill turns active only
+        once the hot keys are registered for the swapped keymap, so chords pressed now reach the app."""
         main = self.main_window()
         mapping = self.open_mapping_window()
         self.wait_pill(mapping, "active")
@@ -210,17 +189,15 @@ class VistrelApp:
         """The history's rows as {type, path}, oldest first; none before the first save."""
         if not os.path.exists(self.history_db):
             return []
-        return sqlite_rows(self.history_db, "SELECT type, path FROM captures")
+        with contextlib.closing(sqlite3.connect("file:%s?mode=ro" % self.history_db, uri=True, timeout=20)) as db:
+            return [{"type": t, "path": p} for t, p in db.execute("SELECT type, path FROM captures")]
 
     def wait_swapped(self, timeout=20):
         return self.x.wait_keymap(lambda k: not swap_problems(k), timeout, "the Command/Control swap")
 
-    def settle(self):
-        self.x.settle(self.pid)
-
     def terminate(self, timeout=20):
         """SIGTERM to the app alone (as a session ending would); returns the exit status."""
-        self.process.popen.send_signal(signal.SIGTERM)
+        self.process.send_signal(signal.SIGTERM)
         return self.process.wait(timeout)
 
     def quit_by_hot_key(self, timeout=20):

@@ -1,51 +1,42 @@
-"""Reading and driving a private X display with the standard X utilities, run by absolute
-path with the session's environment so nothing here can reach the user's own display."""
+"""Reading and driving a private X display with python-xlib and the standard X utilities, run
+by absolute path with the session's environment so nothing here can reach the user's own display."""
 
-import codecs
+import collections
 import contextlib
-import ctypes
 import os
-import re
 import shutil
-import sqlite3
 import subprocess
 from dataclasses import dataclass, field
 
+import numpy
 from PIL import Image, ImageChops
+from Xlib import X, XK, display as xdisplay
+from Xlib.error import XError
+from Xlib.ext import xtest
+from Xlib.protocol import event as xevent
 
-from procs import WaitTimeout, wait_until
+from procs import retried, wait_until
 
 
-class ToolMissing(RuntimeError):
-    pass
+XK.load_keysym_group("xkb")
+_KEYSYM_NAMES = {value: name[3:] for name, value in vars(XK).items() if name.startswith("XK_")}
+_MODIFIERS = ("shift", "lock", "control", "mod1", "mod2", "mod3", "mod4", "mod5")
 
 
 def tool_path(name):
     path = shutil.which(name, path="/usr/bin:/bin:/usr/local/bin")
     if path is None:
-        raise ToolMissing("%s is not installed (scripts/setup.sh installs it)" % name)
+        raise FileNotFoundError("%s is not installed (scripts/setup.sh installs it)" % name)
     return path
 
 
-@dataclass(frozen=True)
-class Window:
-    id: int
-    name: str
-    pid: int
-    wm_class: tuple
-
-
-@dataclass(frozen=True)
-class Rect:
-    x: int
-    y: int
-    width: int
-    height: int
+Window = collections.namedtuple("Window", "id name pid wm_class")
+Rect = collections.namedtuple("Rect", "x y width height")
 
 
 @dataclass
 class Keymap:
-    """`xmodmap -pke` and `xmodmap -pm`, parsed: keycode -> keysyms, modifier -> keycodes."""
+    """The keyboard and modifier mappings: keycode -> keysym names, modifier -> keycodes."""
     keysyms: dict = field(default_factory=dict)
     modifiers: dict = field(default_factory=dict)
 
@@ -54,18 +45,9 @@ class Keymap:
 
     def differences(self, other):
         """What differs from `other`, one line each (empty when equal)."""
-        lines = ["keycode %d: %s != %s" % (code, self.keysyms.get(code), other.keysyms.get(code))
-                 for code in sorted(set(self.keysyms) | set(other.keysyms))
-                 if self.keysyms.get(code, ()) != other.keysyms.get(code, ())]
-        return lines + ["%s: %s != %s" % (name, sorted(self.modifiers.get(name, ())),
-                                           sorted(other.modifiers.get(name, ())))
-                        for name in sorted(set(self.modifiers) | set(other.modifiers))
-                        if self.modifiers.get(name, set()) != other.modifiers.get(name, set())]
-
-
-def _unescape(text):
-    """A quoted xprop string printed in the C locale (octal escapes) as text."""
-    return codecs.escape_decode(text.encode("latin-1"))[0].decode("utf-8", "replace")
+        return ["%s: %s != %s" % (key, mine.get(key), theirs.get(key))
+                for mine, theirs in ((self.keysyms, other.keysyms), (self.modifiers, other.modifiers))
+                for key in sorted(set(mine) | set(theirs), key=str) if mine.get(key) != theirs.get(key)]
 
 
 # The root window paints this pattern: every pixel tells its own position, so any offset or
@@ -86,102 +68,58 @@ def pattern_image(width, height):
 def find_pattern(image, x0, y0):
     """Where the pattern's pixel (x0, y0) shows in `image`, with its right and lower
     neighbours next to it; None if it does not."""
-    data, wanted = image.tobytes(), bytes(pattern_rgb(x0, y0))
-    at = data.find(wanted)
-    while at >= 0:
-        y, x = divmod(at // 3, image.width)
-        if (at % 3 == 0 and x + 1 < image.width and y + 1 < image.height
-                and image.getpixel((x + 1, y)) == pattern_rgb(x0 + 1, y0)
-                and image.getpixel((x, y + 1)) == pattern_rgb(x0, y0 + 1)):
-            return x, y
-        at = data.find(wanted, at + 1)
-    return None
-
-
-def _xlib():
-    xlib = ctypes.CDLL("libX11.so.6")
-    d, ul, i = ctypes.c_void_p, ctypes.c_ulong, ctypes.c_int
-    for name, restype, argtypes in (
-            ("XOpenDisplay", d, [ctypes.c_char_p]), ("XCloseDisplay", i, [d]),
-            ("XInternAtom", ul, [d, ctypes.c_char_p, i]), ("XGetSelectionOwner", ul, [d, ul]),
-            ("XDefaultRootWindow", ul, [d]), ("XSelectInput", i, [d, ul, ctypes.c_long]),
-            ("XSendEvent", i, [d, ul, i, ctypes.c_long, d]), ("XPending", i, [d]),
-            ("XNextEvent", i, [d, d]), ("XSync", i, [d, i]), ("XMapWindow", i, [d, ul]),
-            ("XCreateSimpleWindow", ul, [d, ul, i, i, ctypes.c_uint, ctypes.c_uint, ctypes.c_uint, ul, ul]),
-            ("XSetErrorHandler", d, [d])):
-        getattr(xlib, name).restype, getattr(xlib, name).argtypes = restype, argtypes
-    return xlib
-
-
-@contextlib.contextmanager
-def _connection(display):
-    xlib = _xlib()
-    handle = xlib.XOpenDisplay(display.encode())
-    if not handle:
-        raise RuntimeError("cannot open display %s" % display)
-    try:
-        yield xlib, handle
-    finally:
-        xlib.XCloseDisplay(handle)
-
-
-def selection_owner(display, selection):
-    """The X window owning a selection, 0 if none."""
-    with _connection(display) as (xlib, handle):
-        return xlib.XGetSelectionOwner(handle, xlib.XInternAtom(handle, selection.encode(), 0))
-
-
-class _ClientMessage(ctypes.Structure):
-    _fields_ = [("type", ctypes.c_int), ("serial", ctypes.c_ulong), ("send_event", ctypes.c_int),
-                ("display", ctypes.c_void_p), ("window", ctypes.c_ulong),
-                ("message_type", ctypes.c_ulong), ("format", ctypes.c_int), ("data", ctypes.c_long * 5),
-                ("pad", ctypes.c_long * 12)]
-
-
-_ERROR_HANDLER = ctypes.CFUNCTYPE(ctypes.c_int, ctypes.c_void_p, ctypes.c_void_p)
+    r, g, b = numpy.asarray(image, dtype=int).transpose(2, 0, 1)
+    x, y = (b >> 4) << 8 | r, (b & 15) << 8 | g      # the position each pixel tells
+    hits = numpy.argwhere((x[:-1, :-1] == x0) & (y[:-1, :-1] == y0) & (x[:-1, 1:] == x0 + 1) & (y[:-1, 1:] == y0)
+                          & (x[1:, :-1] == x0) & (y[1:, :-1] == y0 + 1))
+    return (int(hits[0][1]), int(hits[0][0])) if len(hits) else None
 
 
 class Display:
     """Queries and input on one X display; `env` carries DISPLAY and friends."""
 
-    def __init__(self, env, keys_helper=None):
-        self.env, self.keys_helper = dict(env), keys_helper
+    def __init__(self, env):
+        self.env = dict(env)
+        self.conn = xdisplay.Display(env["DISPLAY"])
+        self.root = self.conn.screen().root
 
-    def run(self, argv, timeout=20, check=True, locale=None):
+    def close(self):
+        with contextlib.suppress(Exception):   # the server may be gone already
+            self.conn.close()
+
+    def run(self, argv, timeout=20, check=True):
         argv = [argv[0] if os.path.isabs(argv[0]) else tool_path(argv[0])] + list(argv[1:])
-        result = subprocess.run(argv, env=dict(self.env, LC_ALL=locale) if locale else self.env,
-                                capture_output=True, timeout=timeout)
+        result = subprocess.run(argv, env=self.env, capture_output=True, timeout=timeout)
         if check and result.returncode != 0:
             raise RuntimeError("%s exited %d: %s" % (" ".join(argv), result.returncode,
                                                      result.stderr.decode(errors="replace")))
         return result
 
-    def text(self, argv, **kwargs):
-        return self.run(argv, **kwargs).stdout.decode("utf-8", "replace")
-
     # -- windows -------------------------------------------------------------
 
-    def _root_ids(self, atom):
-        out = self.text(["xprop", "-root", "-notype", atom])
-        return [int(h, 16) for h in re.findall(r"0x[0-9a-fA-F]+", out.partition("#")[2])]
+    def _property(self, wid, name):
+        prop = self.conn.create_resource_object("window", wid).get_full_property(
+            self.conn.intern_atom(name), X.AnyPropertyType)
+        return prop.value if prop else None
+
+    def selection_owner(self, selection):
+        """The X window owning a selection, 0 if none."""
+        return self.conn.get_selection_owner(self.conn.intern_atom(selection))
 
     def managed_window_ids(self):
         """Windows the window manager manages, oldest first."""
-        return self._root_ids("_NET_CLIENT_LIST")
+        return list(self._property(self.root.id, "_NET_CLIENT_LIST") or ())
 
     def window(self, wid):
         """Name, pid and class of a window, or None if it is gone."""
-        result = self.run(["xprop", "-id", str(wid), "-notype", "_NET_WM_NAME", "WM_NAME", "_NET_WM_PID",
-                           "WM_CLASS"], check=False, locale="C")   # C locale: names come octal-escaped
-        if result.returncode != 0:
+        try:
+            name = self._property(wid, "_NET_WM_NAME") or self._property(wid, "WM_NAME") or b""
+            pid = self._property(wid, "_NET_WM_PID")
+            wm_class = self._property(wid, "WM_CLASS") or b""
+        except XError:
             return None
-        props = {key.strip(): value.strip() for key, sep, value in
-                 (line.partition(" = ") for line in result.stdout.decode("ascii", "replace").splitlines()) if sep}
-        name = props.get("_NET_WM_NAME") or props.get("WM_NAME") or '""'
-        pid = props.get("_NET_WM_PID", "")
-        return Window(wid, _unescape(name[1:-1]) if name.startswith('"') else name,
-                      int(pid) if pid.isdigit() else None,
-                      tuple(_unescape(s) for s in re.findall(r'"((?:[^"\\]|\\.)*)"', props.get("WM_CLASS", ""))))
+        return Window(wid, name.decode("utf-8", "replace"), pid[0] if pid else None,
+                      tuple(wm_class.decode().split("\0")[:2]))
 
     def windows(self, name=None, prefix=None, pid=None):
         """Managed (mapped) windows, filtered by exact name, name prefix and pid."""
@@ -197,49 +135,30 @@ class Display:
         wait_until(lambda: wid not in self.managed_window_ids(), timeout, "window 0x%x to be unmapped" % wid)
 
     def close_window(self, wid, timeout=10):
-        """Alt+F4 on a window until it is unmapped. Openbox drops a chord that lands while it
-        re-reads a keymap the bridge just changed, so the press is repeated."""
-        for attempt in range(3):
-            if wid not in self.managed_window_ids():
-                return
-            self.activate(wid)
-            self.key("alt+F4")
-            try:
-                return self.wait_window_gone(wid, timeout / 2 if attempt < 2 else timeout)
-            except WaitTimeout:
-                if attempt == 2:
-                    raise
+        """Alt+F4 on a window until it is unmapped."""
+        retried(lambda: wid in self.managed_window_ids() and (self.activate(wid), self.key("alt+F4")),
+                lambda seconds: self.wait_window_gone(wid, seconds), timeout)
 
     def geometry(self, wid):
         """Client area in root coordinates (device pixels), frame excluded."""
-        out = self.text(["xwininfo", "-id", str(wid)])
-        values = [re.search(r"%s:\s+(-?\d+)" % key, out)
-                  for key in ("Absolute upper-left X", "Absolute upper-left Y", "Width", "Height")]
-        if not all(values):
-            raise RuntimeError("xwininfo gave no geometry for 0x%x" % wid)
-        return Rect(*(int(v.group(1)) for v in values))
+        window = self.conn.create_resource_object("window", wid)
+        origin, size = self.root.translate_coords(window, 0, 0), window.get_geometry()
+        return Rect(origin.x, origin.y, size.width, size.height)
 
     def visible_windows(self, pid):
         """(id, geometry) of the viewable windows that process `pid` owns."""
         out = self.run(["xdotool", "search", "--onlyvisible", "--pid", str(pid), ""], check=False).stdout
-        found = []
-        for wid in map(int, out.split()):
-            try:
-                # xdotool also lists the root and the window manager's frames.
-                if self.window(wid).pid == pid:
-                    found.append((wid, self.geometry(wid)))
-            except (RuntimeError, AttributeError):
-                continue   # closed while we looked
-        return found
+        # xdotool also lists the root and the window manager's frames.
+        return [(w.id, self.geometry(w.id)) for w in map(self.window, map(int, out.split())) if w and w.pid == pid]
 
     def active_window_id(self):
-        ids = self._root_ids("_NET_ACTIVE_WINDOW")
+        ids = self._property(self.root.id, "_NET_ACTIVE_WINDOW")
         return ids[0] if ids and ids[0] else None
 
     def active_pid(self):
         """The pid of the active window, as the window manager reports it, or None."""
-        out = self.run(["xdotool", "getactivewindow", "getwindowpid"], check=False).stdout.decode().strip()
-        return int(out) if out.isdigit() else None
+        window = self.active_window_id() and self.window(self.active_window_id())
+        return window.pid if window else None
 
     def activate(self, wid):
         self.run(["xdotool", "windowactivate", "--sync", str(wid)])
@@ -251,46 +170,31 @@ class Display:
         before that answer; the manager takes map requests in order, so once it lists a
         window mapped after the answer, it has handled the app's too."""
         windows = [int(w) for w in self.run(["xdotool", "search", "--pid", str(pid)], check=False).stdout.split()]
-        failed, token = [], 0x5E771E
-        # A closed window may be gone by now; Xlib's default handler would end the test runner.
-        handler = _ERROR_HANDLER(lambda _display, _error: failed.append(1) or 0)
-        with _connection(self.env["DISPLAY"]) as (xlib, handle):
-            previous = xlib.XSetErrorHandler(ctypes.cast(handler, ctypes.c_void_p))
-            try:
-                root = xlib.XDefaultRootWindow(handle)
-                protocols, ping = (xlib.XInternAtom(handle, n, 0) for n in (b"WM_PROTOCOLS", b"_NET_WM_PING"))
-                xlib.XSelectInput(handle, root, 1 << 17)   # StructureNotify: where the answer goes
-                for window in windows:
-                    event = _ClientMessage(33, 0, 0, None, window, protocols, 32)   # ClientMessage
-                    event.data[:] = [ping, token, window, 0, 0]
-                    xlib.XSendEvent(handle, window, 0, 0, ctypes.addressof(event))
-                xlib.XSync(handle, 0)
-                if len(failed) == len(windows):
-                    raise RuntimeError("process %d has no window to ping" % pid)
-
-                def answered():
-                    while xlib.XPending(handle):
-                        reply = _ClientMessage()
-                        xlib.XNextEvent(handle, ctypes.addressof(reply))
-                        if (reply.type, reply.message_type, reply.data[0], reply.data[1]) == (
-                                33, protocols, ping, token):
-                            return True
-                    return False
-                wait_until(answered, timeout, "process %d to answer a ping" % pid)
-                marker = xlib.XCreateSimpleWindow(handle, root, 0, 0, 8, 8, 0, 0, 0)
-                xlib.XMapWindow(handle, marker)
-                xlib.XSync(handle, 0)
-                wait_until(lambda: marker in self.managed_window_ids(), timeout,
-                           "the window manager to take a window mapped after the ping")
-            finally:
-                xlib.XSetErrorHandler(previous)
+        with contextlib.closing(xdisplay.Display(self.env["DISPLAY"])) as conn:   # its own event queue
+            conn.set_error_handler(lambda *_: None)   # a closed window may be gone by now
+            root, token = conn.screen().root, 0x5E771E
+            protocols, ping = conn.intern_atom("WM_PROTOCOLS"), conn.intern_atom("_NET_WM_PING")
+            root.change_attributes(event_mask=X.StructureNotifyMask)   # where the answer goes
+            for wid in windows:
+                window = conn.create_resource_object("window", wid)
+                window.send_event(xevent.ClientMessage(window=window, client_type=protocols,
+                                                       data=(32, [ping, token, wid, 0, 0])))
+            conn.sync()
+            wait_until(lambda: any(e.type == X.ClientMessage and (e.client_type, *e.data[1][:2]) == (
+                protocols, ping, token) for e in [conn.next_event() for _ in range(conn.pending_events())]),
+                       timeout, "process %d to answer a ping" % pid)
+            marker = root.create_window(0, 0, 8, 8, 0, X.CopyFromParent)
+            marker.map()
+            conn.sync()
+            wait_until(lambda: marker.id in self.managed_window_ids(), timeout,
+                       "the window manager to take a window mapped after the ping")
 
     # -- pointer and keys ----------------------------------------------------
 
     def move_pointer(self, rx, ry):
         # "mousemove --sync" waits for motion, so it stalls when already there.
-        out = self.text(["xdotool", "getmouselocation", "--shell"])
-        if re.findall(r"[XY]=(\d+)", out) != [str(rx), str(ry)]:
+        pointer = self.root.query_pointer()
+        if (pointer.root_x, pointer.root_y) != (rx, ry):
             self.run(["xdotool", "mousemove", "--sync", str(rx), str(ry)])
 
     def click(self, wid, x, y, scale=1.0, repeat=1):
@@ -311,12 +215,29 @@ class Display:
         """A drag in three even steps, as a hand moves."""
         self.drag(*[(x0 + (x1 - x0) * i // 3, y0 + (y1 - y0) * i // 3) for i in range(4)], release=release)
 
+    def _fake_keys(self, kind, keycodes):
+        for code in keycodes:
+            xtest.fake_input(self.conn, kind, code)
+        self.conn.sync()
+
+    @contextlib.contextmanager
+    def holding(self, keycodes):
+        """Holds physical keys by X keycode (the server auto-repeats); unlike xdotool, this
+        ignores the current keymap, which the app rewrites."""
+        self._fake_keys(X.KeyPress, keycodes)
+        try:
+            yield
+        finally:
+            self._fake_keys(X.KeyRelease, reversed(keycodes))
+
     def press_keycodes(self, *chords):
-        """Physical key chords by X keycode, e.g. "133+23" holds 133 and taps 23; unlike
-        xdotool, this ignores the current keymap, which the app rewrites."""
-        if not os.path.exists(self.keys_helper or ""):
-            raise ToolMissing("vistrel-test-keys is not built (%s)" % self.keys_helper)
-        self.run([self.keys_helper] + [str(c) for c in chords])
+        """Taps key chords by X keycode, e.g. (133, 23) holds 133 and taps 23."""
+        for chord in chords:
+            with self.holding(chord):
+                pass
+
+    def logical_modifiers(self):
+        return self.root.query_pointer().mask & 0xFF
 
     def key(self, *keysyms):
         """Keys by keysym through the current keymap."""
@@ -328,30 +249,23 @@ class Display:
     # -- keymap, clipboard and screen ----------------------------------------
 
     def keymap(self):
-        keymap = Keymap()
-        for match in re.finditer(r"^\s*keycode\s+(\d+)\s*=(.*)$", self.text(["xmodmap", "-pke"]), re.M):
-            keymap.keysyms[int(match.group(1))] = tuple(match.group(2).split())
-        for match in re.finditer(r"^(shift|lock|control|mod[1-5])\b(.*)$", self.text(["xmodmap", "-pm"]), re.M):
-            keymap.modifiers[match.group(1)] = frozenset(
-                int(c, 16) for c in re.findall(r"\((0x[0-9a-fA-F]+)\)", match.group(2)))
-        return keymap
+        first = self.conn.display.info.min_keycode
+        rows = self.conn.get_keyboard_mapping(first, self.conn.display.info.max_keycode - first + 1)
+        return Keymap({first + i: tuple(_KEYSYM_NAMES.get(s, hex(s)) if s else "NoSymbol" for s in row)
+                       for i, row in enumerate(rows)},
+                      {name: frozenset(c for c in codes if c)
+                       for name, codes in zip(_MODIFIERS, self.conn.get_modifier_mapping())})
 
     def wait_keymap(self, predicate, timeout, what):
         """Polls the keymap until predicate(keymap) holds; returns that keymap."""
-        try:
-            return wait_until(lambda: (lambda k: predicate(k) and k)(self.keymap()), timeout, what)
-        except WaitTimeout as error:
-            raise WaitTimeout("%s\nkeymap -pm:\n%s" % (error, self.text(["xmodmap", "-pm"]))) from None
-
-    def clipboard_targets(self):
-        result = self.run(["xclip", "-selection", "clipboard", "-t", "TARGETS", "-o"], check=False, timeout=10)
-        return result.stdout.decode(errors="replace").split() if result.returncode == 0 else []
+        return wait_until(lambda: (lambda k: predicate(k) and k)(self.keymap()), timeout, what)
 
     def clipboard(self, target):
         return self.run(["xclip", "-selection", "clipboard", "-t", target, "-o"], timeout=10).stdout
 
     def wait_clipboard(self, target):
-        wait_until(lambda: target in self.clipboard_targets(), 10, "%s on the clipboard" % target)
+        wait_until(lambda: target in self.clipboard("TARGETS").decode(errors="replace").split(), 10,
+                   "%s on the clipboard" % target)
         return self.clipboard(target)
 
     def screenshot(self, path, wid=None):
@@ -360,7 +274,6 @@ class Display:
         return read_png(path)
 
     def paint_pattern(self, width, height, scratch_path):
-        """Makes the pattern the root window's background."""
         pattern_image(width, height).save(scratch_path)
         self.paint_root(scratch_path)
 
@@ -376,10 +289,3 @@ def read_png(path):
     """The image at `path` as 8-bit RGB."""
     with Image.open(path) as image:
         return image.convert("RGB")
-
-
-def sqlite_rows(db_path, sql):
-    """Rows of a read-only query as dicts."""
-    with contextlib.closing(sqlite3.connect("file:%s?mode=ro" % db_path, uri=True, timeout=20)) as db:
-        db.row_factory = sqlite3.Row
-        return [dict(row) for row in db.execute(sql)]
