@@ -11,7 +11,7 @@ desktop-like content:
      Also timed: until a screen pixel changes, i.e. the dimmed overlay is drawn.
   2. at 3840x2160, mouse release -> PNG complete on the Desktop, for a drag over
      the whole screen, with the file's size.
-Needs the targets vistrel, vistrel-keymap, vistrel-test-keys and vistrel-bench-probe,
+Needs the targets vistrel, vistrel-keymap and vistrel-bench-probe,
 and the flameshot package for the comparison (skipped when it is not installed).
 """
 
