@@ -20,9 +20,7 @@ HERE = os.path.dirname(os.path.abspath(__file__))
 sys.path.insert(0, os.path.join(os.path.dirname(HERE), "tests", "system"))
 
 import harness  # noqa: E402
-from test_editor import EDITOR_TITLE  # noqa: E402
-from test_screenshot import COMMAND_4, paint_root  # noqa: E402
-from vistrel_app import VistrelApp  # noqa: E402
+from vistrel_app import COMMAND_4, EDITOR_TITLE, VistrelApp  # noqa: E402
 
 FONT = "/usr/share/fonts/truetype/noto/NotoSans-Regular.ttf"
 BOLD = "/usr/share/fonts/truetype/noto/NotoSans-Bold.ttf"
@@ -128,22 +126,15 @@ def sticker(path, scale):
                    check=True)
 
 
-def bgrx_rows(path, width, height):
-    raw = subprocess.run(["convert", path, "-depth", "8", "BGRA:-"], check=True,
-                         capture_output=True).stdout
-    stride = width * 4
-    return (raw[y * stride:(y + 1) * stride] for y in range(height))
-
-
 def canvas_rect(x, editor, scale, scratch):
     """The canvas inside the editor window, in device pixels: where the grey surround of
     the scroll view gives way, along its middle row and column."""
     image = x.screenshot(scratch, editor.id)
     mid_y = int((42 + (image.height / scale - 74) / 2) * scale)
-    row = [image.rgb(i, mid_y) != SURROUND for i in range(image.width - int(232 * scale))]
+    row = [image.getpixel((i, mid_y)) != SURROUND for i in range(image.width - int(232 * scale))]
     left, right = row.index(True), len(row) - row[::-1].index(True)
     mid_x = (left + right) // 2
-    column = [image.rgb(mid_x, j) != SURROUND for j in range(image.height - int(32 * scale))]
+    column = [image.getpixel((mid_x, j)) != SURROUND for j in range(image.height - int(32 * scale))]
     top = column.index(True, int(42 * scale))
     bottom = len(column) - column[::-1].index(True)
     return left, top, right - left, bottom - top
@@ -161,8 +152,8 @@ def shoot(build_dir, scale, out_path):
     try:
         x = session.x
         backdrop = session.scratch("dashboard.png")
-        width, height = dashboard(backdrop, scale)
-        paint_root(session.env["DISPLAY"], width, height, bgrx_rows(backdrop, width, height))
+        dashboard(backdrop, scale)
+        x.paint_root(backdrop)
         photo = session.scratch("sticker.png")
         sticker(photo, scale)
         note = session.scratch("note.txt")
