@@ -34,8 +34,7 @@ struct RunResult { int exitCode = -1; QByteArray out, err; };
 // Each key's core keysym row and modifier bits, to say "key A now does what key B did".
 using Looks = std::map<int, std::pair<std::vector<KeySym>, unsigned>>;
 
-// Polls without running the event loop, so a QProcess that ends meanwhile still
-// reports it through waitForFinished.
+// Polls without the event loop, so a QProcess that ends meanwhile still reports it through waitForFinished.
 template <typename Predicate>
 bool waitFor(Predicate done, int milliseconds)
 {
@@ -81,13 +80,7 @@ protected:
     static QStringList setArguments(const QByteArray &json) { return {"property", "--set", QString::fromUtf8(json)}; }
     RunResult set(const QByteArray &json) const { return run(setArguments(json), m_server.display()); }
 
-    void loadLayout(const QString &layout) const
-    {
-        ASSERT_EQ(QProcess::execute("/usr/bin/setxkbmap", {"-display", m_server.display(), layout}), 0);
-    }
-
-    // Every stored part of every key as the keyboard extension holds it, one line per key, and
-    // last what each virtual modifier resolves to. The core keymap and modifier map follow from it.
+    // Every stored part of every key, one line per key, and last what each virtual modifier resolves to.
     std::vector<std::string> snapshot() const
     {
         const auto hex = [](const void *data, std::size_t size) {
@@ -235,8 +228,7 @@ TEST_F(KeymapToolX11Test, EachSetReplacesThePreviousMappingAndAnEmptyOneRestores
     }
     // Toolkits resolve Super through the virtual modifiers: none may pick up Control.
     EXPECT_EQ(snapshot().back(), original.back());
-    // Later sets did not replace the saved original. Restoring twice: the second, with nothing
-    // saved any more, is a successful no-op.
+    // Later sets kept the saved original; a second restore, with nothing saved, is a successful no-op.
     for (int i = 0; i < 2; ++i) {
         EXPECT_EQ(hasRootProperty(kSaved), i == 0);
         const RunResult restored = set(kRestore);
@@ -260,9 +252,8 @@ TEST_F(KeymapToolX11Test, BadInputNoDisplayOrAHeldModifierChangeNothing)
         {"not JSON", setArguments("{\"UserKeyMapping\":["), m_server.display(), 2},
         // The first entry is fine: nothing is touched before the whole property is checked.
         {"unknown usage", setArguments(usages({{0x39, 0x29}, {0x39, 0xE8}})), m_server.display(), 2},
-        {"missing JSON", {"property", "--set"}, m_server.display(), 1},
+        {"missing JSON", {"property", "--set"}, m_server.display(), 1}, {"watch with an argument", {"watch", "now"}, {}, 1},
         {"DISPLAY unset", setArguments(kWindowsMode), {}, 3},
-        {"no such display", setArguments(kWindowsMode), ":4093", 3},
     };
     for (const auto &c : cases) {
         const RunResult result = run(c.arguments, c.display);
@@ -338,7 +329,7 @@ TEST_F(KeymapToolX11Test, AnotherLayoutGetsTheMappingBackAndBecomesTheOriginal)
 {
     ASSERT_EQ(set(kWindowsModeAndCapsToEscape).exitCode, 0);
     const auto watcher = startWatcher();
-    ASSERT_NO_FATAL_FAILURE(loadLayout("de"));
+    ASSERT_EQ(QProcess::execute("/usr/bin/setxkbmap", {"-display", m_server.display(), "de"}), 0);
     // The German layout has z where US has y; the swap and Caps Lock -> Escape come back on it.
     EXPECT_TRUE(waitFor([&] {
         return firstKeysyms({kKeyY, kControlL, kSuperL, kCapsLock})
@@ -353,17 +344,6 @@ TEST_F(KeymapToolX11Test, AnotherLayoutGetsTheMappingBackAndBecomesTheOriginal)
     EXPECT_EQ(firstKeysyms({kKeyY, kControlL, kCapsLock}), (std::vector<KeySym>{XK_z, XK_Control_L, XK_Caps_Lock}));
     EXPECT_EQ(looks().at(kControlL).second, unsigned(ControlMask));
     EXPECT_NE(snapshot(), reapplied);
-
-    // Without a watcher, a set after another layout plans on that layout too.
-    watcher->kill();
-    ASSERT_TRUE(watcher->waitForFinished(5000));
-    ASSERT_EQ(set(kWindowsMode).exitCode, 0);
-    ASSERT_NO_FATAL_FAILURE(loadLayout("us"));
-    const std::vector<std::string> american = snapshot();
-    ASSERT_EQ(set(kWindowsModeAndCapsToEscape).exitCode, 0);
-    EXPECT_EQ(firstKeysyms({kControlL, kKeyY}), (std::vector<KeySym>{XK_Super_L, XK_y}));
-    ASSERT_EQ(set(kRestore).exitCode, 0);
-    EXPECT_EQ(snapshot(), american);
 }
 
 } // namespace
