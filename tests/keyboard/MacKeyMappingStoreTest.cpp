@@ -11,12 +11,10 @@ using Pairs = QList<std::pair<quint64, quint64>>;
 
 TEST(MacKeyCatalogue, SeventyOneDistinctKeysInOrder)
 {
-    // Hand-written entries, and the ends of each generated run.
+    // The ends of the written list and of each generated run.
     const struct { QString name; quint64 usage; qsizetype position; } cases[] = {
-        {"Control trái", 224, 0}, {"Control phải", 228, 1}, {"Shift trái", 225, 2}, {"Option phải", 230, 5},
-        {"Command trái", 227, 6}, {"Command phải", 231, 7}, {"Caps Lock", 57, 8}, {"Space", 44, 9},
-        {"Forward Delete", 76, 14}, {"Page Down", 78, 18}, {"←", 80, 19}, {"↑", 82, 20}, {"→", 79, 21},
-        {"↓", 81, 22}, {"A", 4, 23}, {"Z", 29, 48}, {"1", 30, 49}, {"0", 39, 58}, {"F1", 58, 59}, {"F12", 69, 70},
+        {"Control trái", 224, 0}, {"↓", 81, 22}, {"A", 4, 23}, {"Z", 29, 48}, {"1", 30, 49}, {"0", 39, 58},
+        {"F1", 58, 59}, {"F12", 69, 70},
     };
     const QList<MacKeyOption> &keys = MacKeyMappingStore::keys();
     ASSERT_EQ(keys.size(), 71);
@@ -53,10 +51,8 @@ TEST(MacKeyMappingFile, LoadsAllOrNothingSavesCompactlyAndKeepsADamagedFileOnce)
         {"missing", std::nullopt, {}, false, "[]"},
         {"empty list", "[]", {}, false, "[]"},
         {"not JSON", "source=Caps Lock", {}, true, "[]"},
-        {"truncated", R"([{"source":"Caps Lock","destination":"Esc)", {}, true, "[]"},
         {"object, not array", R"({"source":"A","destination":"B"})", {}, true, "[]"},
         {"second lacks destination", R"([{"source":"A","destination":"B"},{"source":"C"}])", {}, true, "[]"},
-        {"non-string member", R"([{"source":"A","destination":1}])", {}, true, "[]"},
         {"element not an object", R"([{"source":"A","destination":"B"},"C"])", {}, true, "[]"},
     };
     for (const auto &c : cases) {
