@@ -42,7 +42,6 @@ TEST(RemoteProtocol, ReadsOlderAndExtendedMessagesAndRefusesTheRest)
         {R"({"vistrel":1,"command":"mapping","argument":"maybe"})", std::nullopt},
         {R"({"vistrel":1,"command":"format-disk"})", std::nullopt},
         {"reopen", std::nullopt},
-        {"", std::nullopt},
     };
     for (const auto &[line, request] : requests)
         EXPECT_EQ(RemoteProtocol::decodeRequest(line), request) << line.constData();
