@@ -412,6 +412,7 @@ def main():
     # the programs the build relinks. The app and the benchmarks are not rebuilt.
     programs = test_programs(build)
     recheck = survivors_of(args.recheck) if args.recheck else None
+    accepted = {(path, new): (why_kind, why) for path, new, why_kind, why in ACCEPTED}
     results, per_subsystem, stillborn = [], {}, 0
     fingerprint = hashlib.sha256()
     for path, number, kind, new, old in order:
@@ -437,7 +438,8 @@ def main():
             after = mtimes(programs)
             failed = killed_by({p: v for p, v in programs.items() if after[p] != before[p]}, build)
             by_system = False
-            if not failed and args.system:
+            # A reviewed survivor has been given to the system tests before; it is not again.
+            if not failed and args.system and (path, new.strip()) not in accepted:
                 pattern = SYSTEM_TESTS.get(key) or SYSTEM_TESTS.get("/".join(key.split("/")[:2]))
                 # The system tests build the binaries they launch (a CTest fixture).
                 by_system = failed = pattern is not None and system_fails(pattern, build, args.jobs)
@@ -462,7 +464,6 @@ def main():
     print("kill rate: %d/%d = %.1f%%%s" % (killed, len(results), 100.0 * killed / max(1, len(results)),
                                          " (killed* = by the system tests)" if args.system else ""))
     survivors = [r for r in results if not r[4]]
-    accepted = {(path, new): (why_kind, why) for path, new, why_kind, why in ACCEPTED}
     excused = [r for r in survivors if (r[0], r[3]) in accepted]
     observable = len(results) - len(excused)
     print("kill rate over the mutants a test can observe: %d/%d = %.1f%% (%d accepted survivors)"
