@@ -80,25 +80,6 @@ TEST(ThumbnailMaker, FitsTheImageCentredOnTheBackgroundAtDevicePixels)
     }
 }
 
-// One-pixel stripes survive only if the tile is drawn at device pixels, not enlarged from 1x.
-TEST(ThumbnailMaker, StaysSharpAt2x)
-{
-    QImage stripes(184, 46, QImage::Format_RGB32);
-    for (int x = 0; x < stripes.width(); ++x)
-        for (int y = 0; y < stripes.height(); ++y)
-            stripes.setPixel(x, y, x % 2 ? qRgb(255, 255, 255) : qRgb(0, 0, 0));
-    QTemporaryDir dir;
-    ASSERT_TRUE(stripes.save(dir.filePath("stripes.png")));
-
-    const QImage tile = thumbnail(CaptureKind::screenshot, dir.filePath("stripes.png"), 2);
-    expectTileShape(tile, 2);
-    const int middle = tile.height() / 2;
-    int blurred = 0;
-    for (int x = 0; x + 1 < tile.width(); ++x)
-        blurred += std::abs(qGray(tile.pixel(x, middle)) - qGray(tile.pixel(x + 1, middle))) < 200;
-    EXPECT_EQ(blurred, 0);
-}
-
 TEST(ThumbnailMaker, DrawsThePlaceholderForAnythingItCannotShow)
 {
     QTemporaryDir dir;
@@ -106,7 +87,6 @@ TEST(ThumbnailMaker, DrawsThePlaceholderForAnythingItCannotShow)
     writeFile(dir.filePath("notes.png"), "not a picture");
     struct Case { const char *name; CaptureKind kind; QString path; qreal ratio; };
     const Case cases[] = {
-        {"missing screenshot", CaptureKind::screenshot, dir.filePath("gone.png"), 1},
         {"missing screenshot at 2x", CaptureKind::screenshot, dir.filePath("gone.png"), 2},
         {"unreadable screenshot", CaptureKind::screenshot, dir.filePath("notes.png"), 1},
         {"not a screenshot, even with a picture at its path", CaptureKind::video, dir.filePath("picture.png"), 1},

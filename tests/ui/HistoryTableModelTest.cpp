@@ -5,22 +5,17 @@
 #include <QTest>
 
 #include <filesystem>
-#include <gmock/gmock.h>
-
-using testing::ElementsAre;
-using testing::Ne;
 
 namespace {
 
-// The tile's colour in its middle and near its left and top edges, where a letter box shows.
-QStringList look(const HistoryTableModel &model, int row)
+// The colour in the middle of the row's tile; empty while there is none.
+QString look(const HistoryTableModel &model, int row)
 {
     const QImage tile = model.data(model.index(row, HistoryTableModel::thumb), Qt::DecorationRole).value<QImage>();
     if (tile.isNull())
         return {};
     EXPECT_EQ(tile.deviceIndependentSize(), QSizeF(92, 54));
-    const int w = tile.width(), h = tile.height();
-    return {tile.pixelColor(w / 2, h / 2).name(), tile.pixelColor(2, h / 2).name(), tile.pixelColor(w / 2, 2).name()};
+    return tile.pixelColor(tile.width() / 2, tile.height() / 2).name();
 }
 
 TEST(HistoryTableModel, TilesArriveLaterOnTheirOwnRowsAndAnOverwriteRemakesOnlyThatOne)
@@ -43,19 +38,16 @@ TEST(HistoryTableModel, TilesArriveLaterOnTheirOwnRowsAndAnOverwriteRemakesOnlyT
     EXPECT_TRUE(look(model, 0).isEmpty() && look(model, 1).isEmpty());
     ASSERT_TRUE(QTest::qWaitFor([&] { return !look(model, 0).isEmpty() && !look(model, 1).isEmpty(); }, 10000));
     EXPECT_EQ(changed.count(), 2);
-    // Letter boxes beside the square, above and below the wide one.
     const QString blue = QColor(Qt::blue).name(), red = QColor(Qt::red).name();
-    EXPECT_THAT(look(model, 0), ElementsAre(blue, Ne(blue), blue));
-    EXPECT_THAT(look(model, 1), ElementsAre(red, red, Ne(red)));
+    EXPECT_EQ(QStringList({look(model, 0), look(model, 1)}), QStringList({blue, red}));
 
     // The editor saves over the same path; a later time stamp is what a real save leaves.
     ASSERT_TRUE(filled({50, 50}, Qt::green).save(square));
     std::filesystem::last_write_time(square.toStdString(), std::filesystem::file_time_type::clock::now() + std::chrono::seconds(5));
     changed.clear();
     model.setItems(items({square, wide}));
-    EXPECT_EQ(look(model, 0).value(0), blue); // the old tile until the new one is made
-    EXPECT_EQ(look(model, 1).value(0), red);
-    EXPECT_TRUE(QTest::qWaitFor([&] { return look(model, 0).value(0) == QColor(Qt::green).name(); }, 10000));
+    EXPECT_EQ(QStringList({look(model, 0), look(model, 1)}), QStringList({blue, red})); // the old tile until the new one is made
+    EXPECT_TRUE(QTest::qWaitFor([&] { return look(model, 0) == QColor(Qt::green).name(); }, 10000));
     ASSERT_EQ(changed.count(), 1);
     EXPECT_EQ(changed[0][0].value<QModelIndex>(), model.index(0, HistoryTableModel::thumb));
 }
