@@ -45,7 +45,7 @@ OPERATORS = [
 ]
 # The system tests that exercise each folder's code, as a CTest name pattern.
 SYSTEM_TESTS = {
-    "src/app": r"system\.(app_lifecycle|command_line|bridge)",
+    "src/app": r"system\.(app_lifecycle|command_line|bridge|storms)",
     "src/ui": r"system\.(app_lifecycle|bridge|history)",
     "src/capture/library": r"system\.(screenshot|history)",
     "src/capture/selector": r"system\.(screenshot|recording)",
@@ -351,14 +351,14 @@ def mtimes(paths):
     return {p: os.stat(p).st_mtime_ns if os.path.exists(p) else 0 for p in paths}
 
 
-def survivors_of(log):
-    """(path, line, new line) of the mutants an earlier run's log lists as surviving."""
-    found = set()
+def outcomes_of(log):
+    """(path, line, new line) -> "killed", "killed*" or "SURVIVED", from an earlier run's log."""
+    found = {}
     with open(log, encoding="utf-8") as f:
         for line in f:
-            match = re.match(r"^SURVIVED\s+[\d.]+s\s+(\S+):(\d+)\s+.*?  ->  (.*)$", line.rstrip("\n"))
+            match = re.match(r"^(killed\*?|SURVIVED)\s+[\d.]+s\s+(\S+):(\d+)\s+.*?  ->  (.*)$", line.rstrip("\n"))
             if match:
-                found.add((match.group(1), int(match.group(2)), match.group(3).strip()))
+                found[(match.group(2), int(match.group(3)), match.group(4).strip())] = match.group(1)
     return found
 
 
@@ -378,7 +378,11 @@ def main():
     parser.add_argument("--system", action="store_true",
                         help="give what the unit and X11 programs miss to the system tests of its folder")
     parser.add_argument("--recheck", metavar="LOG",
-                        help="run only the mutants this earlier run's log lists as survivors")
+                        help="run again only the mutants this earlier run's log lists as survivors; "
+                             "the others keep the outcome it gives")
+    parser.add_argument("--redo", metavar="REGEX",
+                        help="with --recheck, also run again the killed mutants of files matching REGEX "
+                             "(the folders whose tests changed since)")
     args = parser.parse_args()
 
     code, cpp_tests, py_tests = test_share()
@@ -411,7 +415,7 @@ def main():
     # A mutant is judged by every test program that links the code it changed: those are
     # the programs the build relinks. The app and the benchmarks are not rebuilt.
     programs = test_programs(build)
-    recheck = survivors_of(args.recheck) if args.recheck else None
+    earlier = outcomes_of(args.recheck) if args.recheck else None
     accepted = {(path, new): (why_kind, why) for path, new, why_kind, why in ACCEPTED}
     results, per_subsystem, stillborn = [], {}, 0
     fingerprint = hashlib.sha256()
@@ -419,8 +423,16 @@ def main():
         if len(results) == args.count:
             break
         key = subsystem(path)
-        if recheck is not None and (path, number, new.strip()) not in recheck:
-            continue
+        if earlier is not None:
+            status = earlier.get((path, number, new.strip()))
+            if status is None:
+                continue
+            if status != "SURVIVED" and not (args.redo and re.search(args.redo, path)):
+                fingerprint.update(("%s:%d:%s\n" % (path, number, new)).encode())
+                results.append((path, number, kind, new.strip(), True))
+                per_subsystem.setdefault(key, []).append(True)
+                print("%-8s %5.1fs  %s:%d  %s: %s  ->  %s" % (status, 0, path, number, kind, old, new.strip()))
+                continue
         target = os.path.join(tree, path)
         with open(target, encoding="utf-8") as f:
             original = f.read()
