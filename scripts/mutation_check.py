@@ -427,7 +427,9 @@ def main():
             status = earlier.get((path, number, new.strip()))
             if status is None:
                 continue
-            if status != "SURVIVED" and not (args.redo and re.search(args.redo, path)):
+            # What only a system test killed is run again whenever the system tests run.
+            if (status == "killed" or (status == "killed*" and not args.system)) \
+                    and not (args.redo and re.search(args.redo, path)):
                 fingerprint.update(("%s:%d:%s\n" % (path, number, new)).encode())
                 results.append((path, number, kind, new.strip(), True))
                 per_subsystem.setdefault(key, []).append(True)
