@@ -2,24 +2,6 @@
 
 namespace {
 
-// The tools themselves are covered on the model; here the mouse must reach it.
-TEST_F(CanvasTest, DragsDrawThroughTheModelAndReportUndoOnce)
-{
-    const QImage white = solid(200, 150, Qt::white);
-    open(white);
-    QSignalSpy undoSpy(&model(), &EditorCanvasModel::canUndoChanged), redoSpy(&model(), &EditorCanvasModel::canRedoChanged);
-    canvas->clearFocus();
-    drag(canvas.get(), {30, 40}, {150, 120});
-    EXPECT_TRUE(canvas->hasFocus()); // the press focuses the canvas
-    EXPECT_GT(differingPixels(canvas->image(), white), 0);
-    drag(canvas.get(), {40, 50}, {140, 110});
-    while (canvas->undo()) {
-    }
-    EXPECT_TRUE(samePixels(canvas->image(), white));
-    EXPECT_EQ(QList<QVariantList>(undoSpy), (QList<QVariantList>{{true}, {false}})); // once each way
-    EXPECT_EQ(QList<QVariantList>(redoSpy), QList<QVariantList>{{true}});
-}
-
 TEST_F(CanvasTest, CropShowsADashedWhiteFrameAndUndoAndResizingResizeTheWidget)
 {
     const QImage original = noise(400, 300, 12);
@@ -46,6 +28,10 @@ TEST_F(CanvasTest, CropShowsADashedWhiteFrameAndUndoAndResizingResizeTheWidget)
     EXPECT_EQ(canvas->size(), QSize(100, 50));
     model().resizeImage(2);
     EXPECT_EQ(canvas->size(), QSize(200, 100));
+    // The helper's press is sent, not spontaneous: Qt leaves the focus to the canvas.
+    canvas->clearFocus();
+    drag(canvas.get(), {10, 10}, {10, 10});
+    EXPECT_TRUE(canvas->hasFocus());
 }
 
 } // namespace

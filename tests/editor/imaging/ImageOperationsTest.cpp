@@ -41,7 +41,7 @@ TEST(ImageFilters, ChangeKnownPatchesAsDefinedInOneUndoStep)
         for (int i = 0; i < int(c.patches.size()); ++i)
             QPainter(&image).fillRect(i * 4, 0, 4, 4, c.patches[size_t(i)].first);
         EditorCanvasModel canvas(image);
-        QSignalSpy undoable(&canvas, &EditorCanvasModel::canUndoChanged); // enables the undo button
+        QSignalSpy undoable(&canvas, &EditorCanvasModel::canUndoChanged), redoable(&canvas, &EditorCanvasModel::canRedoChanged); // the buttons
         c.apply(canvas);
         for (int i = 0; i < int(c.patches.size()); ++i) {
             const QColor got = canvas.image().pixelColor(i * 4 + 1, 1);
@@ -50,6 +50,7 @@ TEST(ImageFilters, ChangeKnownPatchesAsDefinedInOneUndoStep)
         EXPECT_EQ(canvas.undoCount(), 1);
         EXPECT_EQ(undoable.count(), 1);
         canvas.undo();
+        EXPECT_EQ(QList<QVariantList>(redoable), QList<QVariantList>{{true}}); // redo becomes possible, once
         EXPECT_TRUE(samePixels(canvas.image(), image));
     }
 }
