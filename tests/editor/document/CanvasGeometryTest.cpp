@@ -25,6 +25,7 @@ TEST(CanvasGeometry, FramesAreAtLeastOnePointAndOverlaysStayInTheView)
     EXPECT_EQ(G::frameSize({300, 200}, 0.5), QSizeF(150, 100));
     EXPECT_EQ(G::frameSize({3, 200}, 0.25), QSizeF(1, 50));
     EXPECT_EQ(EditorCanvasModel(QImage()).frameSize(), QSizeF(1, 1));
+    EXPECT_FALSE(EditorCanvasModel(QImage()).pngData().has_value());
     // A text box keeps the click at its lower left, inside the view.
     EXPECT_EQ(G::textBoxFrame({700, 300}, {800, 600}), QRectF(370, 115, 430, 185));
     EXPECT_EQ(G::textBoxFrame({100, 50}, {800, 600}), QRectF(100, 0, 430, 185));

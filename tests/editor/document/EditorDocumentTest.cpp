@@ -9,17 +9,6 @@ void fillRect(EditorDocument &document, const QRectF &r, const QColor &color)
     document.paint(r, [&](QPainter &p) { p.fillRect(r, color); });
 }
 
-TEST(EditorDocument, ImagesHandedOutNeverChangeAndNoImageHasNoPng)
-{
-    EditorDocument document(solid(40, 40, Qt::white));
-    const QImage before = document.image();
-    document.pushUndo();
-    fillRect(document, QRectF(0, 0, 40, 40), Qt::black);
-    EXPECT_TRUE(samePixels(before, solid(40, 40, Qt::white)));
-    EXPECT_FALSE(samePixels(document.image(), before));
-    EXPECT_FALSE(EditorDocument(QImage()).pngData().has_value());
-}
-
 // Random edits of every kind, undone and redone, give exactly the pixels and step counts of
 // full snapshots, thirty at most. The larger image has enough tiles to pack on several threads.
 void checkAgainstSnapshots(QSize imageSize, int rounds)
