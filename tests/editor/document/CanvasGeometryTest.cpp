@@ -17,6 +17,7 @@ TEST(CanvasGeometry, FitZoomStaysBetweenTheFloorAndTheMaximum)
     EXPECT_DOUBLE_EQ(G::viewportFitZoom({4000, 3000}, {864, 664}), 0.2);
     EXPECT_DOUBLE_EQ(G::viewportFitZoom({200, 100}, {864, 664}), 1.0);
     EXPECT_DOUBLE_EQ(G::viewportFitZoom({200, 100}, {84, 500}), 0.5);
+    EXPECT_DOUBLE_EQ(G::viewportFitZoom({200, 100}, {500, 84}), 0.5);
 }
 
 TEST(CanvasGeometry, FramesAreAtLeastOnePointAndOverlaysStayInTheView)
