@@ -4,10 +4,7 @@
 
 namespace {
 
-void fillRect(EditorDocument &document, const QRectF &r, const QColor &color)
-{
-    document.paint(r, [&](QPainter &p) { p.fillRect(r, color); });
-}
+void fillRect(EditorDocument &document, const QRectF &r, const QColor &color) { document.paint(r, [&](QPainter &p) { p.fillRect(r, color); }); }
 
 // Random edits of every kind, undone and redone, give exactly the pixels and step counts of
 // full snapshots, thirty at most. The larger image has enough tiles to pack on several threads.
