@@ -26,6 +26,7 @@ TEST(ImageOverlayGeometry, EachHandleMovesItsOwnEdges)
         // Shift: the ratio 2:1 stays; the leading direction decides which edges stay.
         {"bottomRight sideways keeps the top", Handle::bottomRight, {100, 10}, true, {100, 200, 300, 150}},
         {"bottomRight downwards keeps the left", Handle::bottomRight, {10, 100}, true, {100, 200, 400, 200}},
+        {"bottomRight diagonally: the height leads", Handle::bottomRight, {30, 30}, true, {100, 200, 260, 130}},
         {"topLeft sideways keeps the bottom", Handle::topLeft, {-100, 10}, true, {0, 150, 300, 150}},
         {"topLeft upwards keeps the right", Handle::topLeft, {0, -50}, true, {0, 150, 300, 150}},
         {"right grows upwards", Handle::right, {100, 0}, true, {100, 150, 300, 150}}, {"bottom grows rightwards", Handle::bottom, {0, 50}, true, {100, 200, 300, 150}},
