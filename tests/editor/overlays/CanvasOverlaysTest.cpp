@@ -62,8 +62,6 @@ TEST_F(CanvasOverlaysTest, KeysNudgeApplyAndRemove)
     QTest::keyClick(overlay, Qt::Key_Return);
     EXPECT_EQ(overlays->imageOverlay(), nullptr);
     EXPECT_EQ(model().undoCount(), 1);
-    EXPECT_EQ(at(200, 250), QColor(Qt::black));
-    EXPECT_EQ(at(105, 250), QColor(Qt::white));
     for (const Qt::Key removal : {Qt::Key_Backspace, Qt::Key_Delete}) {
         QTest::keyClick(openImage(Qt::blue, QRectF(500, 400, 50, 50)), removal);
         EXPECT_EQ(overlays->imageOverlay(), nullptr);
@@ -75,8 +73,10 @@ TEST_F(CanvasOverlaysTest, KeysNudgeApplyAndRemove)
 TEST_F(CanvasOverlaysTest, ADoubleClickAppliesAtTheOpacityAndZoomASlimImageIsDropped)
 {
     open(solid(400, 300, Qt::white), 2.0);
-    openImage(Qt::black, QRectF(50, 50, 2, 80));
-    overlays->commitAll();
+    for (const QRectF &slim : {QRectF(50, 50, 2, 80), QRectF(50, 50, 80, 2)}) {
+        openImage(Qt::black, slim);
+        overlays->commitAll();
+    }
     EXPECT_FALSE(model().canUndo());
     EXPECT_TRUE(samePixels(canvas->image(), solid(400, 300, Qt::white)));
 
