@@ -14,7 +14,9 @@ void drag(EditorCanvasModel &canvas, QLineF d, int steps = 4)
 
 void use(EditorCanvasModel &canvas, EditTool tool, const QColor &color, qreal lineWidth)
 {
-    canvas.setTool(tool); canvas.setColor(color); canvas.setLineWidth(lineWidth);
+    canvas.setTool(tool);
+    canvas.setColor(color);
+    canvas.setLineWidth(lineWidth);
 }
 
 QColor at(const EditorCanvasModel &canvas, int x, int y) { return canvas.image().pixelColor(x, y); }
