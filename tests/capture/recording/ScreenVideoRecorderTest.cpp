@@ -98,17 +98,6 @@ TEST_P(ScreenVideoRecorderTest, DeliversOneResult)
 
 INSTANTIATE_TEST_SUITE_P(Cases, ScreenVideoRecorderTest, ::testing::ValuesIn(cases));
 
-TEST(ScreenVideoRecorder, StreamRefusalIsStartsAnswerAndNoResultFollows)
-{
-    FakeRecordingBackend backend;
-    backend.streamStartError = platformError;
-    ScreenVideoRecorder recorder(std::get<RecordingPipeline>(backend.create({}, "/tmp/x.mp4")), "/tmp/x.mp4");
-    int results = 0;
-    EXPECT_EQ(recorder.start([&](const ScreenVideoRecorder::Result &) { ++results; }), platformError);
-    QTest::qWait(30);
-    EXPECT_EQ(results, 0);
-}
-
 void PrintTo(const Case &c, std::ostream *os) { *os << c.name; }
 
 } // namespace

@@ -49,12 +49,4 @@ TEST(RegionSelection, EndsInExactlyOneAnswer)
     }
 }
 
-TEST(RegionSelection, OwnerMayDestroyItFromTheCompletion)
-{
-    auto selection = std::make_unique<RegionSelection>(QRectF(0, 0, 100, 100));
-    selection->onComplete = [&](std::optional<QRectF>) { selection.reset(); };
-    selection->cancel();
-    EXPECT_EQ(selection, nullptr);
-}
-
 } // namespace
