@@ -23,16 +23,12 @@ TEST(RegionSelection, EndsInExactlyOneAnswer)
         bool dragging = false;          // after the last step
     } cases[] = {
         {"a drag completes in global coordinates", screen, {P(10, 20), D(50, 60), R(110, 70)}, 1, QRectF(10, 20, 100, 50)},
-        {"a drag up and left is normalised", screen, {P(300, 300), R(200, 250)}, 1, QRectF(200, 250, 100, 50)},
         {"3 x 100 is too thin", screen, {P(10, 10), R(13, 110)}, 0, std::nullopt},
-        {"100 x 3.9 is too thin", screen, {P(10, 10), R(110, 13.9)}, 0, std::nullopt},
         {"4 x 4 is enough", screen, {P(10, 10), R(14, 14)}, 1, QRectF(10, 10, 4, 4)},
-        {"after a click a new drag may begin", screen, {P(10, 10), R(11, 11), P(20, 20), R(40, 40)}, 1, QRectF(20, 20, 20, 20)},
         {"past the right and bottom edges stops at the edge", screen, {P(700, 500), D(5000, 5000), R(900, 700)}, 1,
          QRectF(700, 500, 100, 100)},
         {"past the left and top edges of an offset screen", second, {P(100, 100), R(-300, -300)}, 1, QRectF(800, -100, 100, 100)},
         {"escape, then a stray release", screen, {P(10, 10), C, R(100, 100)}, 1, std::nullopt},
-        {"two escapes", screen, {C, C}, 1, std::nullopt},
         {"nothing after a completed drag", screen, {P(10, 10), R(100, 100), C, P(1, 1), R(300, 300)}, 1, QRectF(10, 10, 90, 90)},
         {"moves without a press are ignored", screen, {D(10, 10), R(100, 100)}, 0, std::nullopt},
         {"still dragging", screen, {P(10, 10), D(100, 100)}, 0, std::nullopt, true},
