@@ -23,7 +23,6 @@ TEST(ScrollMetrics, MeanDifferenceSamplesItsGrid)
         {"480 rows: y = 24 sampled", 100, 480, {0, 24, 100, 1}, 30.0 / 39},
         {"960 rows: y = 24 skipped", 100, 960, {0, 24, 100, 1}, 0.0},
         {"960 rows: y = 36 sampled", 100, 960, {0, 36, 100, 1}, 30.0 / 40},
-        {"identical", 100, 100, {0, 0, 0, 0}, 0.0},
     };
     for (const auto &c : cases) {
         const cv::Mat a = solid(c.width, c.height, 100);
