@@ -74,12 +74,4 @@ TEST(ShiftEstimation, WebCascadeVotesOnStripsThenTheWholeFrame)
                                [](const cv::Mat &, const cv::Mat &) { return std::optional<Translation>(); }), 31);
 }
 
-TEST(ShiftEstimation, ManualAcceptanceWindow)
-{
-    cv::Mat page(2000, 500, CV_8UC4);
-    cv::randu(page, cv::Scalar::all(0), cv::Scalar::all(256));
-    for (auto [shift, expected] : {std::pair<int, std::optional<int>>{0, {}}, {7, {}}, {8, 8}, {200, 200}})
-        EXPECT_EQ(manualShift(pageWindow(page, 0, 400), pageWindow(page, shift, 400)), expected) << shift;
-}
-
 } // namespace
