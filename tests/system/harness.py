@@ -19,8 +19,7 @@ from pathlib import Path
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 
-from procs import (TOKEN_VARIABLE, ManagedProcess, WaitTimeout, process_table,  # noqa: E402,F401
-                   session_processes, wait_until)
+from procs import TOKEN_VARIABLE, ManagedProcess, process_table, session_processes, wait_until  # noqa: E402,F401
 from xtools import Display, tool_path  # noqa: E402,F401
 
 _OPENBOX_RC = """<openbox_config xmlns="http://openbox.org/3.4/rc">
@@ -182,26 +181,22 @@ class Session:
                       for folder, _, files in os.walk(top) for name in files)
 
     def save_diagnostics(self, folder):
-        """Screen, keymap, windows, processes and logs, for a failed test."""
+        """Screen, windows, processes and logs, for a failed test."""
         shutil.copytree(self.logs_dir, os.path.join(folder, "logs"), dirs_exist_ok=True)
-        report, table = [], process_table(self.token)
+        report = []
 
         def write(name, text):
             Path(folder, name).write_text(text + "\n", encoding="utf-8")
         for title, action in (
                 ("screenshot", lambda: self.x.screenshot(os.path.join(folder, "screen.png"))),
-                ("keymap", lambda: write("keymap.txt", "\n".join(map(str, self.x.keymap().keysyms.items()))
-                                         + "\n" + str(self.x.keymap().modifiers))),
                 ("windows", lambda: write("windows.txt", "\n".join(
                     ["active: %s" % hex(self.x.active_window_id() or 0)] + ["%s  %s" % (
-                        self.x.window(w), self.x.geometry(w)) for w in self.x.managed_window_ids()]))),
-                ("processes", lambda: write("processes.txt", table)),
-                ("files", lambda: write("home-files.txt", "\n".join(self.file_tree())))):
+                        self.x.window(w), self.x.geometry(w)) for w in self.x.managed_window_ids()])))):
             try:
                 action()
             except Exception as error:  # noqa: BLE001 - diagnostics are best effort
                 report.append("%s failed: %s" % (title, error))
-        report.append("processes:\n" + table)
+        report.append("processes:\n" + process_table(self.token))
         for p in self.processes:
             if p.name not in _DESKTOP_SERVICES:
                 report.append("%s (pid %d, status %s), last lines of its output:\n%s" % (

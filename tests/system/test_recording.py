@@ -72,15 +72,9 @@ class RecordingTests(harness.SystemTestCase):
         self.assertNotIn(b"moof", head)
         self.assertEqual(app.history(), [{"type": "video", "path": path}])
 
-    def test_escape_and_an_early_stop_record_nothing_then_the_hud_button_stops_an_odd_region(self):
+    def test_an_early_stop_records_nothing_then_the_hud_button_stops_an_odd_region(self):
         session, _, app = start(self.start_session())
         main = app.ready_with_main_only()
-        app.open_selector(COMMAND_5)
-        session.x.key("Escape")
-        harness.wait_until(lambda: app.main_shown(main), 20, "the main window back")
-        self.assertEqual((self._files(session), app.history()), ([], []))
-        self.assertIn("Đã hủy quay màn hình", app.process.log_text())
-
         # A sound server that has stopped answering holds the film back (for up to two
         # seconds) but not the app: the HUD comes up, and a stop then lands before any frame.
         pulse = next(p for p in session.processes if p.name == "pulseaudio")

@@ -90,16 +90,11 @@ class ScreenshotTests(harness.SystemTestCase):
         dimmed = lambda x, y: tuple(round(c * (1 - 115 / 255)) for c in pattern_rgb(x, y))   # noqa: E731
         for what, (x, y), expected in (
                 ("inside", (800, 500), pattern_rgb(800, 500)),
-                ("inside, near the corner", (604, 304), pattern_rgb(604, 304)),
                 ("left border", (600, 450), BLUE),
                 ("bottom border", (800, 620), BLUE),
-                ("outside", (300, 700), dimmed(300, 700)),
-                ("below", (800, 900), dimmed(800, 900))):
+                ("outside", (300, 700), dimmed(300, 700))):
             self.assertTrue(near(image.getpixel((x, y)), expected),
                             "%s: %s is not %s" % (what, image.getpixel((x, y)), expected))
-        # The size label sits just above the top-left corner, white on dark.
-        label = sum(1 for p in image.crop((608, 260, 728, 294)).getdata() if min(p) > 200)
-        self.assertGreater(label, 10)
 
         session.x.key("Escape")
         harness.wait_until(lambda: app.selector() is None, 10, "the selector to go")

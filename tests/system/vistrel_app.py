@@ -2,7 +2,6 @@
 the keymap that Windows Mode produces, plus a driver that uses them as a user would."""
 
 import contextlib
-import json
 import os
 import re
 import signal
@@ -15,8 +14,6 @@ from xtools import Keymap, find_pattern
 MAIN_TITLE_PREFIX = "Vistrel "
 MAPPING_TITLE = "Vistrel · Ánh xạ phím"
 EDITOR_TITLE = "Chỉnh sửa ảnh — Vistrel"
-MAIN_SIZE = (1080, 760)                 # client size in points
-MAPPING_SIZE = (720, 470)
 MAPPING_BUTTON = (964, 49)              # "⌨  Ánh xạ phím" on the main window
 PILL_CENTRE = (617, 52)                 # bridge toggle on the key-mapping window
 PILL_BACKGROUND = (566, 52)             # plain pill background, clear of the text
@@ -95,9 +92,6 @@ class VistrelApp:
     def pid(self):
         return self.process.pid if self.process else self._pid
 
-    def read_mappings(self):
-        return json.loads(Path(self.mappings_file).read_bytes())
-
     def launch(self, args=(), extra_env=None):
         self.process = self.session.launch("vistrel", args, extra_env)
         return self.process
@@ -141,27 +135,20 @@ class VistrelApp:
             return found and (frame.x + found[0], frame.y + found[1])
         return wait_until(located, 20, "the capture on the editor's canvas")
 
-    def open_mapping_window(self, timeout=30):
-        """Clicks the main window's key-mapping button until the window is up."""
-        main = self.main_window()
-        return retried(lambda: self.x.click(main.id, *MAPPING_BUTTON, scale=self.session.scale),
-                       lambda seconds: self.x.wait_for_window(name=MAPPING_TITLE, pid=self.pid, timeout=seconds),
-                       timeout)
-
-    def pill_state(self, window):
-        """"active", "paused", or the sampled colour when it is neither."""
-        rgb = self.x.screenshot(self.session.scratch("pill.png"), window.id).getpixel(
-            tuple(int(round(v * self.session.scale)) for v in PILL_BACKGROUND))
-        return next((state for state, target in PILL_COLOURS.items() if near(rgb, target, 8)), rgb)
-
     def wait_pill(self, window, state, timeout=20):
-        wait_until(lambda: self.pill_state(window) == state, timeout, "the bridge pill to read %s" % state)
+        """Waits for the bridge pill's background to show `state`, "active" or "paused"."""
+        def sampled():
+            return self.x.screenshot(self.session.scratch("pill.png"), window.id).getpixel(
+                tuple(int(round(v * self.session.scale)) for v in PILL_BACKGROUND))
+        wait_until(lambda: near(sampled(), PILL_COLOURS[state], 8), timeout, "the bridge pill to read %s" % state)
 
     def wait_ready(self):
         """Main window up, key-mapping window open and the bridge ACTIVE: the pill turns active only
         once the hot keys are registered for the swapped keymap, so chords pressed now reach the app."""
         main = self.main_window()
-        mapping = self.open_mapping_window()
+        # Clicked again until it comes: openbox drops a click while it re-reads the keymap.
+        mapping = retried(lambda: self.x.click(main.id, *MAPPING_BUTTON, scale=self.session.scale),
+                          lambda seconds: self.x.wait_for_window(name=MAPPING_TITLE, pid=self.pid, timeout=seconds), 30)
         self.wait_pill(mapping, "active")
         return main, mapping
 
@@ -172,14 +159,6 @@ class VistrelApp:
         main, mapping = self.wait_ready()
         self.x.close_window(mapping.id)
         return main
-
-    def add_caps_lock_to_escape(self, mapping):
-        """Types Caps Lock -> Escape into the key-mapping window and presses "＋"."""
-        wait_until(lambda: self.x.active_window_id() == mapping.id, 20, "the key-mapping window to have the keyboard")
-        self.x.type_text("Caps")          # source combo: selects "Caps Lock"
-        self.x.key("Tab")
-        self.x.type_text("Es")            # destination combo: selects "Escape"
-        self.x.key("Tab", "space")
 
     def main_shown(self, main):
         # By title, not id: showing a closed window again makes a new X window.

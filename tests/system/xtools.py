@@ -236,9 +236,6 @@ class Display:
             with self.holding(chord):
                 pass
 
-    def logical_modifiers(self):
-        return self.root.query_pointer().mask & 0xFF
-
     def key(self, *keysyms):
         """Keys by keysym through the current keymap."""
         self.run(["xdotool", "key"] + list(keysyms))
