@@ -11,16 +11,10 @@ _GARBAGE = bytes((i * 37 + 11) % 256 for i in range(8192))
 
 # (label, key-mappings.json bytes, history.db bytes)
 CORRUPT_FILES = [
-    ("truncated-json-and-text-db",
-     b'[{"source":"Caps Lock","destination":"Esc',
-     b"this is not a database\n" * 200),
     # One bad object empties the whole list, so Caps Lock must stay Caps Lock.
     ("one-bad-object-and-damaged-pages",
      b'[{"source":"Caps Lock","destination":"Escape"},{"source":"Tab"}]',
      b"SQLite format 3\x00" + _GARBAGE),
-    ("object-not-array-and-zeroed-db",
-     b'{"source":"Caps Lock","destination":"Escape"}',
-     bytes(4096)),
 ]
 
 
