@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""The keymap outlives neither a crash of the app nor a layout change."""
+"""The keymap does not outlive a crash of the app."""
 
 import os
 import signal
@@ -7,24 +7,14 @@ import time
 
 import harness
 from procs import session_processes
-from vistrel_app import (KEY_CAPS_LOCK, KEY_CONTROL_L, MAIN_TITLE_PREFIX, VistrelApp, swap_only_problems,
-                         swap_problems)
+from vistrel_app import MAIN_TITLE_PREFIX, VistrelApp, swap_only_problems, swap_problems
 
-KEY_Y = 29          # y on a US layout, z on a German one
 RESTORE_BUDGET = 1.0
-LAYOUT_BUDGET = 2.0
 
 
 def companions(session):
     return [p.pid for p in session_processes(session.token)
             if p.args.split()[:2] == [session.binary("vistrel-keymap"), "watch"]]
-
-
-def wait_timed(predicate, budget, what):
-    """Seconds until predicate() held; fails after twice the budget."""
-    start = time.monotonic()
-    harness.wait_until(predicate, 2 * budget, what, interval=0.02)
-    return time.monotonic() - start
 
 
 class KeymapWatchdogTests(harness.SystemTestCase):
@@ -59,7 +49,10 @@ class KeymapWatchdogTests(harness.SystemTestCase):
                                          companions(session) and companions(session), 10, "a new companion")
 
         os.kill(app.process.pid, signal.SIGKILL)
-        took = wait_timed(lambda: not x.keymap().differences(before), RESTORE_BUDGET, "the keymap from before launch")
+        killed = time.monotonic()
+        harness.wait_until(lambda: not x.keymap().differences(before), 2 * RESTORE_BUDGET,
+                           "the keymap from before launch", interval=0.02)
+        took = time.monotonic() - killed
         print("keymap restored %.3f s after kill -9" % took)
         self.assertLess(took, RESTORE_BUDGET)
         self.assertEqual(x.root.query_pointer().mask & 0xFF, 0)   # no modifier left held
@@ -84,27 +77,6 @@ class KeymapWatchdogTests(harness.SystemTestCase):
         harness.wait_until(lambda: not companions(session), 5, "the companion to exit")
         # Told the app quit on purpose, it restored nothing a second time.
         self.assertEqual(x.keymap().differences(before), [])
-
-    def test_another_layout_gets_the_swap_back_and_quit_restores_it(self):
-        session = self.start_session()
-        x = session.x
-        x.run(["setxkbmap", "de"])
-        german = x.keymap()
-        self.assertEqual(german.first_keysym(KEY_Y), "z")
-        x.run(["setxkbmap", "us"])
-        app = self._launch_swapped(session)
-
-        x.run(["setxkbmap", "de"])
-        took = wait_timed(lambda: (lambda k: not swap_problems(k) and k.first_keysym(KEY_Y) == "z")(
-            x.keymap()), LAYOUT_BUDGET, "the swap on the German layout")
-        print("swap back on the new layout %.3f s after setxkbmap" % took)
-        self.assertLess(took, LAYOUT_BUDGET)
-        self.assertEqual(swap_only_problems(german, x.keymap()), [])
-        self.assertEqual(x.keymap().first_keysym(KEY_CAPS_LOCK), "Caps_Lock")
-
-        self.assertEqual(app.quit_by_hot_key(), 0)
-        self.assertEqual(x.keymap().differences(german), [])
-        self.assertEqual(x.keymap().first_keysym(KEY_CONTROL_L), "Control_L")
 
 
 if __name__ == "__main__":

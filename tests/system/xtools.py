@@ -9,7 +9,7 @@ import subprocess
 from dataclasses import dataclass, field
 
 import numpy
-from PIL import Image, ImageChops
+from PIL import Image
 from Xlib import X, XK, display as xdisplay
 from Xlib.error import XError
 from Xlib.ext import xtest
@@ -57,12 +57,8 @@ def pattern_rgb(x, y):
 
 
 def pattern_image(width, height):
-    def stretch(size, f):
-        return Image.frombytes("L", size, bytes(f(i) & 255 for i in range(max(size)))).resize(
-            (width, height), Image.NEAREST)
-    return Image.merge("RGB", (stretch((width, 1), lambda x: x), stretch((1, height), lambda y: y),
-                               ImageChops.add(stretch((width, 1), lambda x: (x >> 8) << 4),
-                                              stretch((1, height), lambda y: y >> 8))))
+    y, x = numpy.mgrid[:height, :width]
+    return Image.fromarray(numpy.dstack((x, y, (x >> 8) << 4 | y >> 8)).astype(numpy.uint8))   # wraps as & 255 does
 
 
 def find_pattern(image, x0, y0):
