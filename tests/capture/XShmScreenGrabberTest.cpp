@@ -1,4 +1,5 @@
 #include "platform/x11/XShmScreenGrabber.h"
+#include "support/XvfbServer.h"
 
 #include <QGuiApplication>
 #include <QScreen>
@@ -68,6 +69,21 @@ TEST(XShmScreenGrabber, ReadsTheWholeScreenAtDevicePixelsIntoImagesThatKeepTheir
     }
     grabber.reset();
     EXPECT_EQ(first.convertToFormat(QImage::Format_RGB32), painted);
+}
+
+TEST(XShmScreenGrabber, WithoutTheExtensionGrabsThroughQtAtTheScreensScale)
+{
+    XvfbServer plain(QStringLiteral("64x64x24"), {"-extension", "MIT-SHM"});
+    ASSERT_TRUE(plain.isRunning());
+    const std::unique_ptr<Display, int (*)(Display *)> noShm(XOpenDisplay(qPrintable(plain.display())), XCloseDisplay);
+    const std::unique_ptr<Display, int (*)(Display *)> display(XOpenDisplay(nullptr), XCloseDisplay);
+    QScreen *screen = QGuiApplication::primaryScreen();
+    const QImage painted = paintRoot(display.get(), 7);
+    XShmScreenGrabber grabber(noShm.get());
+    const QImage image = grabber.grabScreen(screen);
+    EXPECT_FALSE(grabber.sharedMemoryUsable());
+    EXPECT_EQ(image.convertToFormat(QImage::Format_RGB32), painted);
+    EXPECT_DOUBLE_EQ(image.devicePixelRatio(), screen->devicePixelRatio());
 }
 
 } // namespace

@@ -7,7 +7,8 @@
 // display number itself (-displayfd), so suites can run in parallel.
 class XvfbServer {
 public:
-    explicit XvfbServer(const QString &screenGeometry = QStringLiteral("1280x800x24"));
+    explicit XvfbServer(const QString &screenGeometry = QStringLiteral("1280x800x24"),
+                        const QStringList &extraArguments = {});
     ~XvfbServer();
     XvfbServer(const XvfbServer &) = delete;
     XvfbServer &operator=(const XvfbServer &) = delete;
