@@ -250,7 +250,8 @@ TEST_F(KeymapToolX11Test, BadInputNoDisplayOrAHeldModifierChangeNothing)
         {"not JSON", setArguments("{\"UserKeyMapping\":["), m_server.display(), 2},
         // The first entry is fine: nothing is touched before the whole property is checked.
         {"unknown usage", setArguments(usages({{0x39, 0x29}, {0x39, 0xE8}})), m_server.display(), 2},
-        {"missing JSON", {"property", "--set"}, m_server.display(), 1}, {"watch with an argument", {"watch", "now"}, {}, 1},
+        {"missing JSON", {"property", "--set"}, m_server.display(), 1},
+        {"watch with an argument", {"watch", "now"}, {}, 1},
         {"DISPLAY unset", setArguments(kWindowsMode), {}, 3},
     };
     for (const auto &c : cases) {

@@ -21,7 +21,8 @@ TEST(KeyMappingEditor, AddAndRemoveRules)
 {
     const Mappings start = {{"Caps Lock", "Escape"}, {"A", "B"}};
     for (const auto &[name, source, destination, expected] : {
-        std::tuple<const char *, QString, QString, std::optional<Mappings>>{"appends a new source last", "Tab", "Space", Mappings{{"Caps Lock", "Escape"}, {"A", "B"}, {"Tab", "Space"}}},
+        std::tuple<const char *, QString, QString, std::optional<Mappings>>{
+            "appends a new source last", "Tab", "Space", Mappings{{"Caps Lock", "Escape"}, {"A", "B"}, {"Tab", "Space"}}},
         {"replaces the same source and moves it last", "Caps Lock", "Delete", Mappings{{"A", "B"}, {"Caps Lock", "Delete"}}},
         {"refuses the same key", "Caps Lock", "Caps Lock", std::nullopt},
         {"refuses an unknown source", "F13", "A", std::nullopt},

@@ -73,8 +73,9 @@ TEST(MainWindowController, OneWindowKeepsItsShapeThroughHideAndShowAndListsTheNe
 
 TEST(HistoryTableView, CopyShortcutGoesToTheHandler)
 {
-    for (const auto &[modifiers, key, expected] : {std::tuple{Qt::KeyboardModifiers(Qt::ControlModifier), Qt::Key_C, 1}, {Qt::MetaModifier, Qt::Key_C, 1},
-                                                   {Qt::ControlModifier | Qt::ShiftModifier, Qt::Key_C, 1}, {Qt::NoModifier, Qt::Key_C, 0}, {Qt::ControlModifier, Qt::Key_V, 0}}) {
+    for (const auto &[modifiers, key, expected] :
+         {std::tuple{Qt::KeyboardModifiers(Qt::ControlModifier), Qt::Key_C, 1}, {Qt::MetaModifier, Qt::Key_C, 1},
+          {Qt::ControlModifier | Qt::ShiftModifier, Qt::Key_C, 1}, {Qt::NoModifier, Qt::Key_C, 0}, {Qt::ControlModifier, Qt::Key_V, 0}}) {
         HistoryTableView view;
         int copies = 0;
         view.copyHandler = [&copies] { ++copies; };

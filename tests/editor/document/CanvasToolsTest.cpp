@@ -26,10 +26,12 @@ TEST(CanvasTools, ClicksAndThinDragsLeaveNoTrace)
     const QImage white = solid(200, 160, Qt::white);
     for (const auto &[name, tool, zoom, line, steps, step, draws] : {
         std::tuple{"rectangle click", EditTool::rectangle, 1., QLineF(50, 50, 50, 50), 4, false, false},
-        {"rectangle 2 high", EditTool::rectangle, 1, {20, 50, 180, 52}, 4, false, false}, {"rectangle 2 wide", EditTool::rectangle, 1, {50, 20, 52, 150}, 4, false, false},
+        {"rectangle 2 high", EditTool::rectangle, 1, {20, 50, 180, 52}, 4, false, false},
+        {"rectangle 2 wide", EditTool::rectangle, 1, {50, 20, 52, 150}, 4, false, false},
         {"rectangle 3 by 3", EditTool::rectangle, 1, {50, 50, 53, 53}, 4, true, true},
         {"rectangle 2 image points at zoom 2", EditTool::rectangle, 2, {50, 50, 54, 150}, 4, false, false},
-        {"horizontal line of 4", EditTool::line, 1, {40, 50, 44, 50}, 4, true, true}, {"horizontal line of 3", EditTool::line, 1, {40, 50, 43, 50}, 4, false, false},
+        {"horizontal line of 4", EditTool::line, 1, {40, 50, 44, 50}, 4, true, true},
+        {"horizontal line of 3", EditTool::line, 1, {40, 50, 43, 50}, 4, false, false},
         {"vertical arrow of 30", EditTool::arrow, 1, {40, 20, 40, 50}, 4, true, true},
         {"line 3 across 3 up at zoom 0.5", EditTool::line, 0.5, {20, 23, 23, 20}, 4, true, true},
         // A free-hand press records its step even without movement.
@@ -112,7 +114,8 @@ TEST(CanvasTools, PixelateAndBlurChangeOnlyTheDraggedRectangle)
     const QImage original = noise(200, 160, 8);
     const QRect region(40, 24, 96, 96);
     // The side of uniform cells; 0 for blur.
-    for (const auto &[tool, lineWidth, cell] : {std::tuple{EditTool::pixelate, 2, 8}, {EditTool::pixelate, 4, 12}, {EditTool::blur, 2, 0}, {EditTool::blur, 10, 0}}) {
+    for (const auto &[tool, lineWidth, cell] :
+         {std::tuple{EditTool::pixelate, 2, 8}, {EditTool::pixelate, 4, 12}, {EditTool::blur, 2, 0}, {EditTool::blur, 10, 0}}) {
         SCOPED_TRACE(int(tool));
         EditorCanvasModel canvas(original);
         use(canvas, tool, Qt::black, lineWidth);

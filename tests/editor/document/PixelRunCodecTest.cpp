@@ -31,10 +31,19 @@ std::vector<uint32_t> pattern(const std::string &kind, size_t n)
 TEST(PixelRunCodec, RoundTripsEveryPatternInRowsOrOneArray)
 {
     for (const auto &[kind, width, height, stride, shrinks] : {
-             std::tuple{std::string("flat"), size_t(128 * 128), size_t(1), size_t(128 * 128), true}, {"noise", 128 * 128, 1, 128 * 128, false},
-             {"pairs", 1000, 1, 1000, false}, {"runs then noise", 4096, 1, 4096, true}, {"run at end", 50, 1, 50, false},
-             {"run flag value", 999, 1, 999, true}, {"flat", 1, 1, 1, false}, {"noise", 0, 1, 0, false}, {"flat", 7, 5, 19, true},
-             {"pairs", 16, 16, 40, false}, {"runs then noise", 128, 64, 128, true}, {"run flag value", 1, 9, 3, true}, {"run at end", 13, 4, 13, false}}) {
+             std::tuple{std::string("flat"), size_t(128 * 128), size_t(1), size_t(128 * 128), true},
+             {"noise", 128 * 128, 1, 128 * 128, false},
+             {"pairs", 1000, 1, 1000, false},
+             {"runs then noise", 4096, 1, 4096, true},
+             {"run at end", 50, 1, 50, false},
+             {"run flag value", 999, 1, 999, true},
+             {"flat", 1, 1, 1, false},
+             {"noise", 0, 1, 0, false},
+             {"flat", 7, 5, 19, true},
+             {"pairs", 16, 16, 40, false},
+             {"runs then noise", 128, 64, 128, true},
+             {"run flag value", 1, 9, 3, true},
+             {"run at end", 13, 4, 13, false}}) {
         SCOPED_TRACE(testing::Message() << kind << " " << width << "x" << height << " every " << stride);
         const std::vector<uint32_t> image = pattern(kind, stride * height);
         const std::vector<uint32_t> encoded = PixelRunCodec::encode(image.data(), width, height, stride);

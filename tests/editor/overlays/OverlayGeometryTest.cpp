@@ -15,24 +15,33 @@ const QRectF start(100, 200, 200, 100); // left 100, top 200, right 300, bottom 
 TEST(ImageOverlayGeometry, EachHandleMovesItsOwnEdges)
 {
     for (const auto &[name, handle, delta, shift, expected] : {
-        std::tuple{"none stays", Handle::none, QPointF(30, 40), false, start}, {"move", Handle::move, {30, 40}, false, {130, 240, 200, 100}},
-        {"topLeft", Handle::topLeft, {30, 40}, false, {130, 240, 170, 60}}, {"top", Handle::top, {30, -40}, false, {100, 160, 200, 140}},
-        {"topRight", Handle::topRight, {30, 40}, false, {100, 240, 230, 60}}, {"right", Handle::right, {-30, 40}, false, {100, 200, 170, 100}},
-        {"bottomRight", Handle::bottomRight, {30, 40}, false, {100, 200, 230, 140}}, {"bottom", Handle::bottom, {30, -40}, false, {100, 200, 200, 60}},
-        {"bottomLeft", Handle::bottomLeft, {30, 40}, false, {130, 200, 170, 140}}, {"left", Handle::left, {-30, 40}, false, {70, 200, 230, 100}},
+        std::tuple{"none stays", Handle::none, QPointF(30, 40), false, start},
+        {"move", Handle::move, {30, 40}, false, {130, 240, 200, 100}},
+        {"topLeft", Handle::topLeft, {30, 40}, false, {130, 240, 170, 60}},
+        {"top", Handle::top, {30, -40}, false, {100, 160, 200, 140}},
+        {"topRight", Handle::topRight, {30, 40}, false, {100, 240, 230, 60}},
+        {"right", Handle::right, {-30, 40}, false, {100, 200, 170, 100}},
+        {"bottomRight", Handle::bottomRight, {30, 40}, false, {100, 200, 230, 140}},
+        {"bottom", Handle::bottom, {30, -40}, false, {100, 200, 200, 60}},
+        {"bottomLeft", Handle::bottomLeft, {30, 40}, false, {130, 200, 170, 140}},
+        {"left", Handle::left, {-30, 40}, false, {70, 200, 230, 100}},
         // Past the opposite edge a side stops at 28 and that edge stays where it was.
-        {"left beyond the right", Handle::left, {500, 0}, false, {272, 200, 28, 100}}, {"right beyond the left", Handle::right, {-500, 0}, false, {100, 200, 28, 100}},
-        {"top beyond the bottom", Handle::top, {0, 300}, false, {100, 272, 200, 28}}, {"bottom beyond the top", Handle::bottom, {0, -300}, false, {100, 200, 200, 28}},
+        {"left beyond the right", Handle::left, {500, 0}, false, {272, 200, 28, 100}},
+        {"right beyond the left", Handle::right, {-500, 0}, false, {100, 200, 28, 100}},
+        {"top beyond the bottom", Handle::top, {0, 300}, false, {100, 272, 200, 28}},
+        {"bottom beyond the top", Handle::bottom, {0, -300}, false, {100, 200, 200, 28}},
         // Shift: the ratio 2:1 stays; the leading direction decides which edges stay.
         {"bottomRight sideways keeps the top", Handle::bottomRight, {100, 10}, true, {100, 200, 300, 150}},
         {"bottomRight downwards keeps the left", Handle::bottomRight, {10, 100}, true, {100, 200, 400, 200}},
         {"bottomRight diagonally: the height leads", Handle::bottomRight, {30, 30}, true, {100, 200, 260, 130}},
         {"topLeft sideways keeps the bottom", Handle::topLeft, {-100, 10}, true, {0, 150, 300, 150}},
         {"topLeft upwards keeps the right", Handle::topLeft, {0, -50}, true, {0, 150, 300, 150}},
-        {"right grows upwards", Handle::right, {100, 0}, true, {100, 150, 300, 150}}, {"bottom grows rightwards", Handle::bottom, {0, 50}, true, {100, 200, 300, 150}},
+        {"right grows upwards", Handle::right, {100, 0}, true, {100, 150, 300, 150}},
+        {"bottom grows rightwards", Handle::bottom, {0, 50}, true, {100, 200, 300, 150}},
         {"shift does not apply to moving", Handle::move, {10, 20}, true, {110, 220, 200, 100}},
         // The canvas holds the result; wider than the canvas, it is as wide as the canvas, moved back inside.
-        {"move past the corner", Handle::move, {900, 900}, false, {600, 500, 200, 100}}, {"right past the canvas", Handle::right, {900, 0}, false, {0, 200, 800, 100}},
+        {"move past the corner", Handle::move, {900, 900}, false, {600, 500, 200, 100}},
+        {"right past the canvas", Handle::right, {900, 0}, false, {0, 200, 800, 100}},
     })
         EXPECT_EQ(Image::dragged(handle, start, delta, shift, canvas), expected) << name;
 }

@@ -20,7 +20,8 @@ TEST(EditorChoices, PickerTitlesFallBackToTheirDefaults)
 {
     // A percentage title loses its last character, whatever it is.
     for (const auto &[title, width, opacity, zoom, size] : {std::tuple{std::optional<QString>("10"), 10., 0.01, 0.01, 10.},
-                                                              {"85%", 4, 0.85, 0.85, 32}, {std::nullopt, 4, 1, 1, 32}, {"wide", 4, 1, 1, 32}}) {
+                                                              {"85%", 4, 0.85, 0.85, 32}, {std::nullopt, 4, 1, 1, 32},
+                                                              {"wide", 4, 1, 1, 32}}) {
         SCOPED_TRACE(title.value_or("none").toStdString());
         EXPECT_DOUBLE_EQ(C::lineWidth(title), width);
         EXPECT_DOUBLE_EQ(C::opacity(title), opacity);
