@@ -9,6 +9,7 @@ TEST(ScreenGeometry, ChoosesTheScreenUnderThePointWithFallbacks)
         {"on the seam belongs to the right screen", {left, right}, {1920, 10}, 0, 1},
         {"last column of the left screen", {left, right}, {1919.5, 10}, 1, 0},
         {"bottom edge is outside", {left, right}, {100, 1080}, 1, 1},
+        {"top edge is inside", {left, right.translated(0, 100)}, {2000, 100}, 0, 1},
         {"negative coordinates above", {left, above}, {0, -1}, 0, 1},
         {"below the shorter screen falls back to main", {left, right}, {2000, 900}, 1, 1},
         {"outside everything, no main", {left, right}, {-50, -50}, std::nullopt, 0},
