@@ -62,7 +62,8 @@ SYSTEM_TESTS = {
     "tools/keymap": r"system\.(bridge|keymap_watchdog)",
 }
 
-# Survivors reviewed and accepted, by file and mutated line: (path, new line, kind, why).
+# Survivors reviewed and accepted: (path, mutated line, kind, why); a dropped call is named
+# by the line it drops, "old  ->  ;".
 # "equivalent": no input the product can receive tells the mutant apart. "look": it changes
 # only how chrome is drawn (a font, a margin, an alpha), which is checked by eye, not pinned by
 # a pixel golden that every theme or font update would break. "undefined": it reads one past
@@ -79,7 +80,7 @@ ACCEPTED = [
      '} else if (start <= m_fifoEndPts - alignmentSlack) {',
      'unreachable', "sound exactly the slack early; the padding to the video's end hides the one block it changes"),
     ('tools/keymap/X11Keyboard.cpp',
-     ';',
+     'XkbChangeMap(m_display, xkb.get(), &actions);  ->  ;',
      'unreachable', 'key actions the server would derive from the keysyms anyway; only a layout with explicit actions on the swapped keys shows the difference'),
     ('src/app/SingleInstance.cpp',
      'const auto command = RemoteProtocol::decodeRequest(end <= 0 ? pending : pending.left(end));',
@@ -109,19 +110,19 @@ ACCEPTED = [
      'if (usage >= 0xFF)',
      'equivalent', 'usage 0xFF is not in the table, so the lookup fails either way'),
     ('src/capture/selector/RegionSelectorPainter.cpp',
-     ';',
+     'painter.setFont(font);  ->  ;',
      'look', "the prompt's font"),
     ('src/editor/overlays/EditableTextOverlayView.cpp',
-     ';',
+     'applyTextStyle();  ->  ;',
      'equivalent', 'setTextStyle applies the style again straight after construction'),
     ('src/editor/window/ImageEditorController.cpp',
-     ';',
+     'column->setContentsMargins(0, 0, 0, 0);  ->  ;',
      'look', "the tool column's margins"),
     ('src/platform/ffmpeg/FfmpegScreenCaptureStream.cpp',
-     ';',
+     'joinReaders();  ->  ;',
      'resources', 'the stop reports before the readers have ended; a race, not a result a test can wait for'),
     ('src/platform/x11/XShmScreenGrabber.cpp',
-     ';',
+     'image.setDevicePixelRatio(screen->devicePixelRatio());  ->  ;',
      'equivalent', "the fallback grab's image carries the screen's scale from Qt already (checked on a server without MIT-SHM)"),
     ('src/capture/scrolling/TranslationRegistration.cpp',
      'if (previous.size() != current.size() || previous.type() != CV_8UC4 && current.type() != CV_8UC4',
@@ -136,7 +137,7 @@ ACCEPTED = [
      'm_panel->setAutoFillBackground(false);',
      'look', "the panel's background fill"),
     ('src/editor/canvas/EditorCanvasView.cpp',
-     ';',
+     'setAttribute(Qt::WA_OpaquePaintEvent);  ->  ;',
      'resources', 'opaque painting skips clearing the background the canvas paints over anyway'),
     ('src/ui/KeyMappingController.cpp',
      'w->setAutoFillBackground(false);',
@@ -166,7 +167,7 @@ ACCEPTED = [
      'if (y < 0 || y > a.height)',
      'undefined', 'reads the row one past the frame'),
     ('src/capture/selector/RegionSelectorPainter.cpp',
-     ';',
+     'painter.save();  ->  ;',
      'equivalent', 'an unbalanced save; the painter ends with the frame and is discarded'),
     ('src/editor/imaging/ColorFilters.cpp',
      'return v < 0.04045 ? v / 12.92 : std::pow((v + 0.055) / 1.055, 2.4);',
@@ -175,16 +176,16 @@ ACCEPTED = [
      'if (item > 0)',
      'equivalent', 'no quick style selects the first width'),
     ('src/platform/TiffEncoder.cpp',
-     ';',
+     'buffer.open(QIODevice::WriteOnly);  ->  ;',
      'equivalent', 'the image writer opens the buffer itself'),
     ('src/ui/ActionButton.cpp',
      'fill = m_background.lightness() >= 128 ? fill.lighter(104) : fill.lighter(140);',
      'look', 'the hover shade at lightness exactly 128'),
     ('src/capture/library/PngEncoder.cpp',
-     ';',
+     'deflateEnd(&z);  ->  ;',
      'resources', 'leaks the deflate state of one encode; the output is complete before it'),
     ('src/editor/document/EditorDocument.cpp',
-     ';',
+     'painter.setRenderHint(QPainter::TextAntialiasing);  ->  ;',
      'equivalent', 'QPainter starts with text antialiasing on'),
     ('src/capture/scrolling/Stitching.cpp',
      'for (int r = 1; r <= maxFooter || r <= h; ++r) {',
@@ -417,6 +418,9 @@ def main():
     programs = test_programs(build)
     earlier = outcomes_of(args.recheck) if args.recheck else None
     accepted = {(path, new): (why_kind, why) for path, new, why_kind, why in ACCEPTED}
+
+    def accepted_key(path, old, new):
+        return path, (old + "  ->  ;") if new == ";" else new
     results, per_subsystem, stillborn = [], {}, 0
     fingerprint = hashlib.sha256()
     for path, number, kind, new, old in order:
@@ -431,7 +435,7 @@ def main():
             if (status == "killed" or (status == "killed*" and not args.system)) \
                     and not (args.redo and re.search(args.redo, path)):
                 fingerprint.update(("%s:%d:%s\n" % (path, number, new)).encode())
-                results.append((path, number, kind, new.strip(), True))
+                results.append((path, number, kind, new.strip(), True, old))
                 per_subsystem.setdefault(key, []).append(True)
                 print("%-8s %5.1fs  %s:%d  %s: %s  ->  %s" % (status, 0, path, number, kind, old, new.strip()))
                 continue
@@ -453,11 +457,11 @@ def main():
             failed = killed_by({p: v for p, v in programs.items() if after[p] != before[p]}, build)
             by_system = False
             # A reviewed survivor has been given to the system tests before; it is not again.
-            if not failed and args.system and (path, new.strip()) not in accepted:
+            if not failed and args.system and accepted_key(path, old, new.strip()) not in accepted:
                 pattern = SYSTEM_TESTS.get(key) or SYSTEM_TESTS.get("/".join(key.split("/")[:2]))
                 # The system tests build the binaries they launch (a CTest fixture).
                 by_system = failed = pattern is not None and system_fails(pattern, build, args.jobs)
-            results.append((path, number, kind, new.strip(), failed))
+            results.append((path, number, kind, new.strip(), failed, old))
             per_subsystem.setdefault(key, []).append(failed)
             print("%-8s %5.1fs  %s:%d  %s: %s  ->  %s" % (
                 ("killed*" if by_system else "killed") if failed else "SURVIVED", time.monotonic() - started,
@@ -478,14 +482,14 @@ def main():
     print("kill rate: %d/%d = %.1f%%%s" % (killed, len(results), 100.0 * killed / max(1, len(results)),
                                          " (killed* = by the system tests)" if args.system else ""))
     survivors = [r for r in results if not r[4]]
-    excused = [r for r in survivors if (r[0], r[3]) in accepted]
+    excused = [r for r in survivors if accepted_key(r[0], r[5], r[3]) in accepted]
     observable = len(results) - len(excused)
     print("kill rate over the mutants a test can observe: %d/%d = %.1f%% (%d accepted survivors)"
           % (killed, observable, 100.0 * killed / max(1, observable), len(excused)))
     if survivors:
         print("\nsurvivors:")
-        for path, number, kind, new, _ in survivors:
-            why = accepted.get((path, new))
+        for path, number, kind, new, _, old in survivors:
+            why = accepted.get(accepted_key(path, old, new))
             print("  %s:%d  %s  ->  %s%s" % (path, number, kind, new,
                                            "\n      accepted, %s: %s" % why if why else ""))
     return 0
