@@ -23,6 +23,7 @@ import shutil
 import subprocess
 import sys
 import time
+from collections import namedtuple
 
 ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 
@@ -197,6 +198,8 @@ ACCEPTED = [
      'return false;',
      'equivalent', 'no caller reads the value'),
 ]
+
+Outcome = namedtuple("Outcome", "path number kind new old killed")
 
 KEYWORDS = {"if", "while", "for", "switch", "return", "sizeof", "static_cast", "Q_ASSERT",
             "Q_UNUSED", "delete", "new", "case"}
@@ -424,8 +427,15 @@ def main():
 
     def accepted_key(path, old, new):
         return path, (old + "  ->  ;") if new == ";" else new
-    results, per_subsystem, stillborn = [], {}, 0
+    results, stillborn = [], 0
     fingerprint = hashlib.sha256()
+
+    def record(status, seconds, path, number, kind, new, old):
+        fingerprint.update(("%s:%d:%s\n" % (path, number, new)).encode())
+        results.append(Outcome(path, number, kind, new.strip(), old, status != "SURVIVED"))
+        print("%-8s %5.1fs  %s:%d  %s: %s  ->  %s" % (status, seconds, path, number, kind, old, new.strip()),
+              flush=True)
+
     for path, number, kind, new, old in order:
         if len(results) == args.count:
             break
@@ -437,10 +447,7 @@ def main():
             # What only a system test killed is run again whenever the system tests run.
             if (status == "killed" or (status == "killed*" and not args.system)) \
                     and not (args.redo and re.search(args.redo, path)):
-                fingerprint.update(("%s:%d:%s\n" % (path, number, new)).encode())
-                results.append((path, number, kind, new.strip(), True, old))
-                per_subsystem.setdefault(key, []).append(True)
-                print("%-8s %5.1fs  %s:%d  %s: %s  ->  %s" % (status, 0, path, number, kind, old, new.strip()))
+                record(status, 0, path, number, kind, new, old)
                 continue
         target = os.path.join(tree, path)
         with open(target, encoding="utf-8") as f:
@@ -455,7 +462,6 @@ def main():
             if run(["ninja", "-j%d" % args.jobs] + [os.path.relpath(p, build) for p in programs], build) != 0:
                 stillborn += 1
                 continue
-            fingerprint.update(("%s:%d:%s\n" % (path, number, new)).encode())
             after = mtimes(programs)
             failed = killed_by({p: v for p, v in programs.items() if after[p] != before[p]}, build)
             by_system = False
@@ -464,36 +470,32 @@ def main():
                 pattern = SYSTEM_TESTS.get(key) or SYSTEM_TESTS.get("/".join(key.split("/")[:2]))
                 # The system tests build the binaries they launch (a CTest fixture).
                 by_system = failed = pattern is not None and system_fails(pattern, build, args.jobs)
-            results.append((path, number, kind, new.strip(), failed, old))
-            per_subsystem.setdefault(key, []).append(failed)
-            print("%-8s %5.1fs  %s:%d  %s: %s  ->  %s" % (
-                ("killed*" if by_system else "killed") if failed else "SURVIVED", time.monotonic() - started,
-                path, number, kind,
-                old, new.strip()), flush=True)
+            record(("killed*" if by_system else "killed") if failed else "SURVIVED", time.monotonic() - started,
+                   path, number, kind, new, old)
         finally:
             with open(target, "w", encoding="utf-8") as f:
                 f.write(original)
     run(["ninja", "-j%d" % args.jobs], build)
 
-    killed = sum(1 for r in results if r[4])
+    killed = sum(1 for r in results if r.killed)
     print("\nper folder:")
-    for key in sorted(per_subsystem):
-        outcome = per_subsystem[key]
+    for key in sorted({subsystem(r.path) for r in results}):
+        outcome = [r.killed for r in results if subsystem(r.path) == key]
         print("  %-24s %d/%d" % (key, sum(outcome), len(outcome)))
     print("\nmutant set %s: %d mutants (%d did not compile and were replaced)"
           % (fingerprint.hexdigest()[:12], len(results), stillborn))
     print("kill rate: %d/%d = %.1f%%%s" % (killed, len(results), 100.0 * killed / max(1, len(results)),
                                          " (killed* = by the system tests)" if args.system else ""))
-    survivors = [r for r in results if not r[4]]
-    excused = [r for r in survivors if accepted_key(r[0], r[5], r[3]) in accepted]
+    survivors = [r for r in results if not r.killed]
+    excused = [r for r in survivors if accepted_key(r.path, r.old, r.new) in accepted]
     observable = len(results) - len(excused)
     print("kill rate over the mutants a test can observe: %d/%d = %.1f%% (%d accepted survivors)"
           % (killed, observable, 100.0 * killed / max(1, observable), len(excused)))
     if survivors:
         print("\nsurvivors:")
-        for path, number, kind, new, _, old in survivors:
-            why = accepted.get(accepted_key(path, old, new))
-            print("  %s:%d  %s  ->  %s%s" % (path, number, kind, new,
+        for r in survivors:
+            why = accepted.get(accepted_key(r.path, r.old, r.new))
+            print("  %s:%d  %s  ->  %s%s" % (r.path, r.number, r.kind, r.new,
                                            "\n      accepted, %s: %s" % why if why else ""))
     return 0
 
