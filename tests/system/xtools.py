@@ -57,8 +57,11 @@ def pattern_rgb(x, y):
 
 
 def pattern_image(width, height):
-    y, x = numpy.mgrid[:height, :width]
-    return Image.fromarray(numpy.dstack((x, y, (x >> 8) << 4 | y >> 8)).astype(numpy.uint8))   # wraps as & 255 does
+    # Broadcast rows and columns: a full grid of 64-bit indices costs most of a second at 4K.
+    x, y = numpy.arange(width, dtype=numpy.uint16), numpy.arange(height, dtype=numpy.uint16)[:, None]
+    rgb = numpy.empty((height, width, 3), numpy.uint8)
+    rgb[..., 0], rgb[..., 1], rgb[..., 2] = x & 255, y & 255, ((x >> 8) << 4 | y >> 8) & 255
+    return Image.fromarray(rgb)
 
 
 def find_pattern(image, x0, y0):
