@@ -14,6 +14,7 @@ Too slow for CI: a mutant takes 10 to 20 seconds on two cores.
 """
 
 import argparse
+import contextlib
 import hashlib
 import json
 import os
@@ -374,6 +375,52 @@ def run(cmd, cwd, timeout=None):
                           timeout=timeout).returncode
 
 
+def prepare_tree(work, jobs, system):
+    """A scratch copy of the sources with its build, checked to pass its tests unmutated."""
+    # The build sits inside the copy, as in a checkout, so ccache finds the same relative paths.
+    tree = os.path.join(work, "tree")
+    build = os.path.join(tree, "build")
+    if os.path.exists(tree):
+        shutil.rmtree(tree)
+    shutil.copytree(ROOT, tree, ignore=lambda folder, names: [
+        n for n in names if n == ".git" or (folder == ROOT and n.startswith("build") and n != "build.sh")])
+    # No debug information and a faster linker: the tree is relinked for every mutant.
+    env = dict(os.environ, VISTREL_BUILD_DIR=build,
+               VISTREL_CMAKE_ARGS="-DCMAKE_BUILD_TYPE=MinSizeRel -DCMAKE_EXE_LINKER_FLAGS=-fuse-ld=lld")
+    print("building the unmutated tree in %s" % build, flush=True)
+    subprocess.run([os.path.join(tree, "scripts", "build.sh"), "-j%d" % jobs], env=env, check=True,
+                   stdout=subprocess.DEVNULL)
+    if run(["ctest", "-j%d" % jobs] + ([] if system else ["-LE", "system"]), build) != 0:
+        sys.exit("the unmutated tree fails its tests; fix that first")
+    return tree, build
+
+
+@contextlib.contextmanager
+def mutated(tree, path, number, new):
+    """The copy with one line replaced, restored afterwards."""
+    target = os.path.join(tree, path)
+    with open(target, encoding="utf-8") as f:
+        original = f.read()
+    lines = original.split("\n")
+    lines[number - 1] = new
+    with open(target, "w", encoding="utf-8") as f:
+        f.write("\n".join(lines))
+    try:
+        yield
+    finally:
+        with open(target, "w", encoding="utf-8") as f:
+            f.write(original)
+
+
+def relinked(programs, build, jobs):
+    """The programs the build relinked, or None when the mutant does not compile."""
+    before = mtimes(programs)
+    if run(["ninja", "-j%d" % jobs] + [os.path.relpath(p, build) for p in programs], build) != 0:
+        return None
+    after = mtimes(programs)
+    return {p: v for p, v in programs.items() if after[p] != before[p]}
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__.split("\n")[0])
     parser.add_argument("--count", type=int, default=150)
@@ -403,21 +450,7 @@ def main():
             print("%s:%d  %-14s %s  ->  %s" % (path, number, kind, old, new.strip()))
         return 0
 
-    # The build sits inside the copy, as in a checkout, so ccache finds the same relative paths.
-    tree = os.path.join(args.work, "tree")
-    build = os.path.join(tree, "build")
-    if os.path.exists(tree):
-        shutil.rmtree(tree)
-    shutil.copytree(ROOT, tree, ignore=lambda folder, names: [
-        n for n in names if n == ".git" or (folder == ROOT and n.startswith("build") and n != "build.sh")])
-    # No debug information and a faster linker: the tree is relinked for every mutant.
-    env = dict(os.environ, VISTREL_BUILD_DIR=build,
-               VISTREL_CMAKE_ARGS="-DCMAKE_BUILD_TYPE=MinSizeRel -DCMAKE_EXE_LINKER_FLAGS=-fuse-ld=lld")
-    print("building the unmutated tree in %s" % build, flush=True)
-    subprocess.run([os.path.join(tree, "scripts", "build.sh"), "-j%d" % args.jobs], env=env, check=True,
-                   stdout=subprocess.DEVNULL)
-    if run(["ctest", "-j%d" % args.jobs] + ([] if args.system else ["-LE", "system"]), build) != 0:
-        sys.exit("the unmutated tree fails its tests; fix that first")
+    tree, build = prepare_tree(args.work, args.jobs, args.system)
 
     # A mutant is judged by every test program that links the code it changed: those are
     # the programs the build relinks. The app and the benchmarks are not rebuilt.
@@ -449,21 +482,13 @@ def main():
                     and not (args.redo and re.search(args.redo, path)):
                 record(status, 0, path, number, kind, new, old)
                 continue
-        target = os.path.join(tree, path)
-        with open(target, encoding="utf-8") as f:
-            original = f.read()
-        lines = original.split("\n")
-        lines[number - 1] = new
-        with open(target, "w", encoding="utf-8") as f:
-            f.write("\n".join(lines))
         started = time.monotonic()
-        try:
-            before = mtimes(programs)
-            if run(["ninja", "-j%d" % args.jobs] + [os.path.relpath(p, build) for p in programs], build) != 0:
+        with mutated(tree, path, number, new):
+            changed = relinked(programs, build, args.jobs)
+            if changed is None:
                 stillborn += 1
                 continue
-            after = mtimes(programs)
-            failed = killed_by({p: v for p, v in programs.items() if after[p] != before[p]}, build)
+            failed = killed_by(changed, build)
             by_system = False
             # A reviewed survivor has been given to the system tests before; it is not again.
             if not failed and args.system and accepted_key(path, old, new.strip()) not in accepted:
@@ -472,9 +497,6 @@ def main():
                 by_system = failed = pattern is not None and system_fails(pattern, build, args.jobs)
             record(("killed*" if by_system else "killed") if failed else "SURVIVED", time.monotonic() - started,
                    path, number, kind, new, old)
-        finally:
-            with open(target, "w", encoding="utf-8") as f:
-                f.write(original)
     run(["ninja", "-j%d" % args.jobs], build)
 
     killed = sum(1 for r in results if r.killed)
