@@ -35,7 +35,7 @@ def failing_cases(programs, build):
                 except subprocess.TimeoutExpired:
                     plain = "hang"
                 if plain != 0:
-                    failed.append("%s:%s" % (name, " ".join(command[1:])[-40:]))
+                    failed.append("%s:%s" % (name, os.path.basename(command[-1])))
                 continue
             command = [c for c in command if c != "--gtest_fail_fast"]
             with tempfile.NamedTemporaryFile(suffix=".json") as report:
