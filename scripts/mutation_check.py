@@ -328,10 +328,19 @@ def test_programs(build):
             continue        # a script, such as the architecture check: no code under test
         env = next((p["value"] for p in test.get("properties", []) if p["name"] == "ENVIRONMENT"), [])
         entry = programs.setdefault(command[0], {"env": dict(os.environ, **dict(v.split("=", 1) for v in env)),
-                                                 "commands": []})
+                                                 "commands": [], "launches": launched(command[0], build)})
         gtest = any(a.startswith("--gtest_filter") for a in command)
         entry["commands"] = [[command[0], "--gtest_fail_fast"]] if gtest else entry["commands"] + [command]
     return programs
+
+
+def launched(program, build):
+    """The built programs a test program starts, such as the keymap tool: its order-only
+    dependencies in bin/. A mutant there changes what the test program runs, not the program."""
+    out = subprocess.run(["ninja", "-t", "query", os.path.relpath(program, build)], cwd=build, capture_output=True,
+                         text=True, check=True).stdout
+    inputs = [line.split("||", 1)[1].strip() for line in out.splitlines() if line.strip().startswith("||")]
+    return [os.path.join(build, path) for path in inputs if path.startswith("bin/")]
 
 
 def killed_by(programs, build):
@@ -413,12 +422,14 @@ def mutated(tree, path, number, new):
 
 
 def relinked(programs, build, jobs):
-    """The programs the build relinked, or None when the mutant does not compile."""
-    before = mtimes(programs)
+    """The programs the build relinked, or whose launched programs it relinked; None when the
+    mutant does not compile."""
+    watched = set(programs) | {p for v in programs.values() for p in v["launches"]}
+    before = mtimes(watched)
     if run(["ninja", "-j%d" % jobs] + [os.path.relpath(p, build) for p in programs], build) != 0:
         return None
-    after = mtimes(programs)
-    return {p: v for p, v in programs.items() if after[p] != before[p]}
+    after = mtimes(watched)
+    return {p: v for p, v in programs.items() if any(after[q] != before[q] for q in [p] + v["launches"])}
 
 
 def main():
