@@ -98,7 +98,7 @@ def report(matrix_path):
 def main():
     parser = argparse.ArgumentParser(description=__doc__.split("\n")[0])
     parser.add_argument("--paths", default=".", help="regex over src/ and tools/ paths to mutate")
-    parser.add_argument("--count", type=int, default=100)
+    parser.add_argument("--count", type=int, default=10 ** 6, help="stop after this many; the default takes every mutant")
     parser.add_argument("--seed", type=int, default=20261123)
     parser.add_argument("--work", default=os.path.join(ROOT, "build-matrix"))
     parser.add_argument("--jobs", type=int, default=os.cpu_count() or 2)
