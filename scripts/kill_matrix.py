@@ -13,13 +13,12 @@ import argparse
 import json
 import os
 import re
-import subprocess
 import sys
 import tempfile
 import time
 from collections import defaultdict
 
-from mutation_check import ROOT, draw, mutated, prepare_tree, relinked, test_programs
+from mutation_check import ROOT, draw, exit_status, mutated, prepare_tree, relinked, test_programs
 
 
 def failing_cases(programs, build):
@@ -28,21 +27,12 @@ def failing_cases(programs, build):
     for program, spec in programs.items():
         name = os.path.basename(program)
         for command in spec["commands"]:
-            if "--gtest_fail_fast" not in command:      # a plain program, such as a fuzz corpus run
-                try:
-                    plain = subprocess.run(command, cwd=build, env=spec["env"], timeout=120,
-                                           stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL).returncode
-                except subprocess.TimeoutExpired:
-                    plain = "hang"
-                if plain != 0:
+            if not spec["gtest"]:      # a plain program, such as a fuzz corpus run
+                if exit_status(command, spec, build, timeout=120) != 0:
                     failed.append("%s:%s" % (name, os.path.basename(command[-1])))
                 continue
-            command = [c for c in command if c != "--gtest_fail_fast"]
             with tempfile.NamedTemporaryFile(suffix=".json") as report:
-                try:
-                    subprocess.run(command + ["--gtest_output=json:" + report.name], cwd=build, env=spec["env"],
-                                   timeout=120, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-                except subprocess.TimeoutExpired:
+                if exit_status(command + ["--gtest_output=json:" + report.name], spec, build, timeout=120) is None:
                     failed.append(name + ":(hang)")
                     continue
                 try:
@@ -81,7 +71,8 @@ def measure(args):
 
 
 def report(matrix_path):
-    rows = [json.loads(line) for line in open(matrix_path, encoding="utf-8")]
+    with open(matrix_path, encoding="utf-8") as f:
+        rows = [json.loads(line) for line in f]
     kills, sole = defaultdict(int), defaultdict(list)
     for row in rows:
         for case in row["killers"]:

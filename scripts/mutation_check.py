@@ -21,6 +21,7 @@ import os
 import random
 import re
 import shutil
+import signal
 import subprocess
 import sys
 import time
@@ -318,7 +319,7 @@ def test_share():
 
 def test_programs(build):
     """Every unit and X11 test program, with the commands CTest runs it with and their
-    environment. A Google Test program is run once for all its cases instead."""
+    environment. A Google Test program is run once for all its cases instead ("gtest")."""
     out = subprocess.run(["ctest", "--show-only=json-v1", "-LE", "system"], cwd=build, capture_output=True,
                          check=True).stdout
     programs = {}
@@ -329,8 +330,8 @@ def test_programs(build):
         env = next((p["value"] for p in test.get("properties", []) if p["name"] == "ENVIRONMENT"), [])
         entry = programs.setdefault(command[0], {"env": dict(os.environ, **dict(v.split("=", 1) for v in env)),
                                                  "commands": [], "launches": launched(command[0], build)})
-        gtest = any(a.startswith("--gtest_filter") for a in command)
-        entry["commands"] = [[command[0], "--gtest_fail_fast"]] if gtest else entry["commands"] + [command]
+        entry["gtest"] = any(a.startswith("--gtest_filter") for a in command)
+        entry["commands"] = [[command[0]]] if entry["gtest"] else entry["commands"] + [command]
     return programs
 
 
@@ -343,18 +344,22 @@ def launched(program, build):
     return [os.path.join(build, path) for path in inputs if path.startswith("bin/")]
 
 
+def exit_status(command, program, build, timeout=300):
+    """The command's exit status, or None when it hangs. A hung program is ended with its whole
+    process group, so the servers it started (an Xvfb) do not outlive it."""
+    with subprocess.Popen(command, cwd=build, env=program["env"], stdout=subprocess.DEVNULL,
+                          stderr=subprocess.DEVNULL, start_new_session=True) as process:
+        try:
+            return process.wait(timeout=timeout)
+        except subprocess.TimeoutExpired:
+            os.killpg(process.pid, signal.SIGKILL)
+            return None
+
+
 def killed_by(programs, build):
     """Whether any of these programs fails or hangs; it stops at the first failure."""
-    for program in programs.values():
-        for command in program["commands"]:
-            try:
-                result = subprocess.run(command, cwd=build, env=program["env"], timeout=300,
-                                        stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-            except subprocess.TimeoutExpired:
-                return True
-            if result.returncode != 0:
-                return True
-    return False
+    return any(exit_status(command + (["--gtest_fail_fast"] if program["gtest"] else []), program, build) != 0
+               for program in programs.values() for command in program["commands"])
 
 
 def system_fails(pattern, build, jobs):
