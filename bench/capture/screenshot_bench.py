@@ -26,9 +26,10 @@ HERE = os.path.dirname(os.path.abspath(__file__))
 sys.path.insert(0, os.path.join(HERE, "..", "..", "tests", "system"))
 
 import harness                                   # noqa: E402
-from vistrel_app import KEY_SUPER_L, VistrelApp, chord   # noqa: E402
+from vistrel_app import COMMAND_4, VistrelApp   # noqa: E402
 
-COMMAND_4 = chord(KEY_SUPER_L, 13)
+# The probe takes a chord as keycodes joined by "+".
+COMMAND_4_KEYS = "+".join(map(str, COMMAND_4))
 FLAMESHOT = "/usr/bin/flameshot"
 
 
@@ -96,7 +97,7 @@ def measure(build_dir, screen, runs, with_flameshot, with_save):
         times, painted = [], []
         for _ in range(runs):
             harness.wait_until(main_shown, 20, "the main window")
-            out = probe(session, ["map", "--keys", COMMAND_4, *size, "--escape"])
+            out = probe(session, ["map", "--keys", COMMAND_4_KEYS, *size, "--escape"])
             times.append(float(out[0]))
             painted.append(float(out[1]))
         results["vistrel-visible"] = times
@@ -108,7 +109,7 @@ def measure(build_dir, screen, runs, with_flameshot, with_save):
         session.x.wait_window_gone(shown.id)
         times, painted = [], []
         for _ in range(runs):
-            out = probe(session, ["map", "--keys", COMMAND_4, *size, "--escape"])
+            out = probe(session, ["map", "--keys", COMMAND_4_KEYS, *size, "--escape"])
             times.append(float(out[0]))
             painted.append(float(out[1]))
             time.sleep(0.3)
@@ -118,7 +119,7 @@ def measure(build_dir, screen, runs, with_flameshot, with_save):
         if with_save:
             saves, sizes = [], []
             for _ in range(runs):
-                probe(session, ["map", "--keys", COMMAND_4, *size])
+                probe(session, ["map", "--keys", COMMAND_4_KEYS, *size])
                 time.sleep(0.3)
                 out = probe(session, ["save", "--drag", "0,0,%d,%d" % (width - 1, height - 1),
                                       "--dir", session.desktop_dir])

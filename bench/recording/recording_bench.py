@@ -26,9 +26,7 @@ sys.path.insert(0, os.path.join(HERE, "..", "..", "tests", "system"))
 
 import harness                                              # noqa: E402
 from harness import NULL_SINK                               # noqa: E402
-from vistrel_app import KEY_SUPER_L, VistrelApp, chord      # noqa: E402
-
-COMMAND_5 = chord(KEY_SUPER_L, 14)
+from vistrel_app import COMMAND_5, VistrelApp               # noqa: E402
 
 
 def preset_for(width, height):

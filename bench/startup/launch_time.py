@@ -36,7 +36,7 @@ def settle(session):
     before it gets to a new window; a cold start should not pay for the previous run."""
     probe = session.launch("vistrel-test-window", ["--title", "settle"])
     session.x.wait_for_window(name="settle", pid=probe.pid)
-    probe.popen.terminate()
+    probe.terminate()
     probe.wait(20)
 
 

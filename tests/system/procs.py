@@ -52,7 +52,7 @@ class ManagedProcess(subprocess.Popen):
     """A child in its own process group, with its output in a log file."""
 
     def __init__(self, name, argv, env, log_path, cwd=None, death_signal=signal.SIGKILL):
-        self.name, self.log_path, self.popen, parent = name, log_path, self, os.getpid()
+        self.name, self.log_path, parent = name, log_path, os.getpid()
 
         def die_with_parent():
             _libc.prctl(1, death_signal, 0, 0, 0)   # PR_SET_PDEATHSIG

@@ -34,15 +34,11 @@ SWAP = {
 }
 
 
-def chord(*keycodes):
-    return keycodes
-
-
-COMMAND_TAB = chord(KEY_SUPER_L, KEY_TAB)                  # physical Command = Super
-COMMAND_SHIFT_TAB = chord(KEY_SUPER_L, KEY_SHIFT_L, KEY_TAB)
-COMMAND_Q = chord(KEY_SUPER_L, KEY_Q)
-CONTROL_TAB = chord(KEY_CONTROL_L, KEY_TAB)
-COMMAND_4, COMMAND_5, COMMAND_6 = (chord(KEY_SUPER_L, k) for k in (13, 14, 15))
+COMMAND_TAB = (KEY_SUPER_L, KEY_TAB)                  # physical Command = Super
+COMMAND_SHIFT_TAB = (KEY_SUPER_L, KEY_SHIFT_L, KEY_TAB)
+COMMAND_Q = (KEY_SUPER_L, KEY_Q)
+CONTROL_TAB = (KEY_CONTROL_L, KEY_TAB)
+COMMAND_4, COMMAND_5, COMMAND_6 = ((KEY_SUPER_L, k) for k in (13, 14, 15))
 
 
 def swap_problems(keymap):

@@ -156,7 +156,8 @@ class Display:
 
     def active_pid(self):
         """The pid of the active window, as the window manager reports it, or None."""
-        window = self.active_window_id() and self.window(self.active_window_id())
+        active = self.active_window_id()
+        window = active and self.window(active)
         return window.pid if window else None
 
     def activate(self, wid):
