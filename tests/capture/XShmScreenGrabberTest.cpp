@@ -12,6 +12,8 @@
 
 namespace {
 
+using DisplayHandle = std::unique_ptr<Display, decltype(&XCloseDisplay)>;
+
 // Pixel (x, y) is a colour made of x, y and the seed.
 QImage pattern(QSize size, int seed)
 {
@@ -44,7 +46,7 @@ QImage paintRoot(Display *display, int seed)
 
 TEST(XShmScreenGrabber, ReadsTheWholeScreenAtDevicePixelsIntoImagesThatKeepTheirPixels)
 {
-    const std::unique_ptr<Display, int (*)(Display *)> display(XOpenDisplay(nullptr), XCloseDisplay);
+    const DisplayHandle display(XOpenDisplay(nullptr), XCloseDisplay);
     QScreen *screen = QGuiApplication::primaryScreen();
     auto grabber = std::make_unique<XShmScreenGrabber>();
     const QImage painted = paintRoot(display.get(), 1);
@@ -75,8 +77,8 @@ TEST(XShmScreenGrabber, WithoutTheExtensionGrabsThroughQtAtTheScreensScale)
 {
     XvfbServer plain(QStringLiteral("64x64x24"), {"-extension", "MIT-SHM"});
     ASSERT_TRUE(plain.isRunning());
-    const std::unique_ptr<Display, int (*)(Display *)> noShm(XOpenDisplay(qPrintable(plain.display())), XCloseDisplay);
-    const std::unique_ptr<Display, int (*)(Display *)> display(XOpenDisplay(nullptr), XCloseDisplay);
+    const DisplayHandle noShm(XOpenDisplay(qPrintable(plain.display())), XCloseDisplay);
+    const DisplayHandle display(XOpenDisplay(nullptr), XCloseDisplay);
     QScreen *screen = QGuiApplication::primaryScreen();
     const QImage painted = paintRoot(display.get(), 7);
     XShmScreenGrabber grabber(noShm.get());
